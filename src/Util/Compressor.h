@@ -1,0 +1,42 @@
+// Abstract base of the compressors.
+#ifndef DCAPKIT_UTIL_COMPRESSOR_H
+#define DCAPKIT_UTIL_COMPRESSOR_H
+
+#include "Core/Export.h"
+
+namespace Util {
+
+/// Compresses and decompresses one unit of bytes at a time; every unit stands alone.
+///
+/// The order of the virtual operations is part of the interface. Objects keep no state between
+/// units that a caller could see, but one object serves one thread at a time.
+class DCAPKIT_API Compressor {
+ public:
+  /// How hard `Compress` tries; decompression does not depend on it.
+  enum CompressorQuality : int { kFastest = 0, kDefault = 1, kSmallest = 2 };
+
+  virtual ~Compressor() = default;
+
+  /// Largest size that `Compress` can make of `inputSize` bytes; 0 when the input is too large.
+  [[nodiscard]] virtual unsigned int CompressBound(unsigned int inputSize) const = 0;
+
+  /// Compresses `inputSize` bytes. On entry `*outputSize` is the capacity of `output`, on success
+  /// the bytes produced. False when they do not fit.
+  virtual bool Compress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
+                        unsigned int* outputSize) = 0;
+
+  /// Decompresses one unit of `inputSize` bytes. On entry `*outputSize` is the capacity of `output`,
+  /// on success the bytes produced. False on any decoding error, whatever the input bytes are;
+  /// `output` then holds unspecified bytes, and nothing beyond its capacity was written.
+  virtual bool Decompress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
+                          unsigned int* outputSize) = 0;
+
+ protected:
+  Compressor() = default;
+  Compressor(const Compressor&) = default;
+  Compressor& operator=(const Compressor&) = default;
+};
+
+}  // namespace Util
+
+#endif  // DCAPKIT_UTIL_COMPRESSOR_H
