@@ -2,6 +2,8 @@
 #ifndef DCAPKIT_UTIL_COMPRESSOR_H
 #define DCAPKIT_UTIL_COMPRESSOR_H
 
+#include <cstdint>
+
 #include "Core/Export.h"
 
 namespace Util {
@@ -25,11 +27,18 @@ class DCAPKIT_API Compressor {
   virtual bool Compress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
                         unsigned int* outputSize) = 0;
 
-  /// Decompresses one unit of `inputSize` bytes. On entry `*outputSize` is the capacity of `output`,
-  /// on success the bytes produced. False on any decoding error, whatever the input bytes are;
-  /// `output` then holds unspecified bytes, and nothing beyond its capacity was written.
+  /// Decompresses one unit of `inputSize` bytes. On entry `*outputSize` is the capacity of
+  /// `output`, on success the bytes produced. False on any decoding error, whatever the input bytes
+  /// are; `output` then holds unspecified bytes, and nothing beyond its capacity was written.
   virtual bool Decompress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
                           unsigned int* outputSize) = 0;
+
+  /// A bound on the bytes that `Decompress` can yield from any `inputSize` bytes. A caller checks a
+  /// size that a file claims against it before allocating an output buffer. The default knows none.
+  [[nodiscard]] virtual uint64_t MaxDecompressedSize(unsigned int inputSize) const {
+    static_cast<void>(inputSize);
+    return UINT64_MAX;
+  }
 
  protected:
   Compressor() = default;
