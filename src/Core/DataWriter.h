@@ -20,8 +20,8 @@ class DCAPKIT_API DataWriter {
   /// True when the stream is open and usable.
   [[nodiscard]] virtual bool IsValid() const = 0;
 
-  /// Appends `size` bytes at the end of what has been written. Returns the bytes written; fewer than
-  /// `size` is an error. The default accepts nothing.
+  /// Appends `size` bytes at the end of what has been written. Returns the bytes written; fewer
+  /// than `size` is an error. The default accepts nothing.
   virtual uint64_t Write(const void* buffer, uint64_t size) {
     static_cast<void>(buffer);
     static_cast<void>(size);
@@ -31,8 +31,8 @@ class DCAPKIT_API DataWriter {
   /// Hands everything written so far to the operating system. False on an error.
   virtual bool Flush() { return true; }
 
-  /// Writes `size` bytes at the absolute `offset`, without moving other data and without truncating.
-  /// Returns the bytes written; fewer than `size` is an error.
+  /// Writes `size` bytes at the absolute `offset`, without moving other data and without
+  /// truncating. Returns the bytes written; fewer than `size` is an error.
   virtual uint64_t WriteAt(const void* buffer, uint64_t size, uint64_t offset) = 0;
 
  protected:

@@ -39,12 +39,17 @@ class DCAPKIT_API Log {
     virtual void Write(const Record& record) = 0;
   };
 
-  /// Formats a message as printf does and hands it to the sink when `flag` is true.
+  /// Formats a message as printf does and hands it to the sink when `flag` is true. `errno` stays
+  /// as it was.
   static void Print(LogLevel level, LogZone zone, int line, const char* file, bool flag,
                     const char* format, ...) __attribute__((format(printf, 6, 7)));
 
   /// Makes `sink` the receiver of all log lines and returns the previous one. Null restores the
-  /// default, which writes one line to stderr and cuts repeats short ("repeated N times"). The sink
+  /// default, which writes each message as one line to stderr,
+  ///
+  ///     dcapkit: warning: Skipping unrecognized block type 9. [src/Data/DCAPFileProcessor:310]
+  ///
+  /// and cuts repeats short (`Core/RepeatFilter.h`). A sink of one's own receives everything, and
   /// must outlive its use.
   static Sink* SetSink(Sink* sink) noexcept;
 };
