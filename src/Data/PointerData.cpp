@@ -1,0 +1,226 @@
+#include "Data/PointerData.h"
+
+#include <cstring>
+#include <new>
+
+#include "Core/Log.h"
+#include "Data/Limits.h"
+
+namespace Data {
+namespace {
+
+using Core::Log;
+
+constexpr char kUnit[] = "src/Data/PointerData";
+
+uint32_t BytesLeft(uint32_t size, uint32_t offset) { return offset < size ? size - offset : 0; }
+
+// Reads a length and the text behind it, if `textFlags` say that it was recorded, into a new buffer
+// of length + 1 bytes; whatever is not read is NUL. `unbacked` sums up the buffers of one block
+// whose size is only claimed.
+uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32_t textFlags,
+                  uint64_t* unbacked, char** text, uint32_t* length) {
+  uint32_t consumed = PointerData::ExtractValue(payload, size, offset, 4, length);
+  offset += consumed;
+  const bool recorded = (textFlags & PointerFlagNoContent) == 0 && *length > 0;
+  const bool present = recorded && *length <= BytesLeft(size, offset);
+  if (!present) RequireUnbackedSize(*unbacked += *length);
+
+  const uint64_t bytes = uint64_t{*length} + 1;
+  *text = new char[bytes];
+  if (!present) std::memset(*text, 0, bytes);
+  if (recorded) consumed += PointerData::ExtractValue(payload, size, offset, *length, *text);
+  (*text)[*length] = '\0';
+  return consumed;
+}
+
+}  // namespace
+
+uint32_t PointerData::Decode(const uint8_t* payload, uint32_t size, uint32_t offset,
+                             uint32_t width) {
+  // Flags without `decoded` are the trace of a Decode that threw half-way.
+  if (decoded || flags != 0) Clear();
+  if (payload == nullptr || size == 0) return 0;
+
+  // Every read starts within the payload or consumes nothing: offset + consumed does not wrap.
+  uint32_t consumed = ExtractValue(payload, size, offset, 4, &flags);
+  if (flags != 0) {
+    if ((flags & PointerFlagAddress) != 0) {
+      consumed += ExtractValue(payload, size, offset + consumed, 8, &pointerValue);
+    }
+    const uint32_t content = offset + consumed;
+    switch (flags & PointerKindMask) {
+      case PointerKindStringArray:
+        elementSize = 0;
+        consumed += ExtractStringArray(payload, size, content);
+        data = strings;
+        break;
+      case PointerKindString:
+        elementSize = 1;
+        consumed += ExtractString(payload, size, content);
+        data = stringData;
+        break;
+      case PointerKindArray:
+        elementSize = width;
+        consumed += ExtractArray(payload, size, content, width);
+        data = arrayData;
+        break;
+      default:
+        if ((flags & PointerFlagValue) != 0) {
+          elementSize = width;
+          count = 1;
+          consumed += ExtractPointerValue(payload, size, content, width);
+          data = arrayData;
+        } else if ((flags & PointerFlagAddress) != 0) {
+          data = reinterpret_cast<void*>(pointerValue);
+        } else {
+          constexpr int kSite = 106;
+          Log::Print(Log::LogLevel::kNotice, Log::LogZone::kProcessing, kSite, kUnit, true,
+                     "PointerData::Decode processed a buffer that contained no pointer related "
+                     "data.");
+        }
+    }
+  }
+  decoded = true;
+  return consumed;
+}
+
+uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32_t offset,
+                                   uint32_t width) {
+  const uint32_t consumed = ExtractValue(payload, size, offset, 4, &count);
+  if (width == 0) return consumed;
+  const bool sizeKnown = count != 0;
+  if (!sizeKnown) {
+    constexpr int kSite = 395;
+    count = kDefaultArrayCount;
+    Log::Print(Log::LogLevel::kWarning, Log::LogZone::kProcessing, kSite, kUnit, true,
+               "Allocating default buffer of size %d for array parameter of unknown size.",
+               static_cast<int>(count));
+  }
+  if ((flags & PointerFlagSizeOnly) != 0) return consumed;
+
+  offset += consumed;
+  const uint64_t bytes = uint64_t{count} * width;
+  if (sizeKnown && (flags & PointerFlagNoContent) == 0) {
+    if (bytes > BytesLeft(size, offset)) RequireUnbackedSize(bytes);
+    arrayData = new uint8_t[bytes];
+    const uint32_t read =
+        ExtractValue(payload, size, offset, static_cast<uint32_t>(bytes), arrayData);
+    if (read == 0) std::memset(arrayData, 0, bytes);
+    return consumed + read;
+  }
+  RequireUnbackedSize(bytes);
+  arrayData = new uint8_t[bytes];
+  // Of unrecorded elements only `count` bytes are cleared, as ever. A default buffer promises its
+  // first 512 bytes; clearing it whole keeps what adapters see the same in every run.
+  std::memset(arrayData, 0, sizeKnown ? count : bytes);
+  return consumed;
+}
+
+uint32_t PointerData::ExtractString(const uint8_t* payload, uint32_t size, uint32_t offset) {
+  uint64_t unbacked = 0;
+  return ReadText(payload, size, offset, flags, &unbacked, &stringData, &count);
+}
+
+uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, uint32_t offset) {
+  uint32_t n = 0;
+  uint32_t consumed = ExtractValue(payload, size, offset, 4, &n);
+  if (n == 0) return consumed;
+
+  // Every entry has a flags word, so more entries than bytes are a lie, and an array that cannot
+  // have all its flags words in the payload is of claimed size.
+  if (n > size) throw std::bad_alloc();
+  uint64_t unbacked = 0;
+  if (n > BytesLeft(size, offset + consumed) / sizeof(uint32_t)) {
+    unbacked = n * uint64_t{sizeof(*strings) + sizeof(*stringFlags) + sizeof(*stringPointerValues) +
+                            sizeof(*stringLengths)};
+    RequireUnbackedSize(unbacked);
+  }
+  strings = new char*[n]();
+  count = n;  // from here on Clear frees the strings, however far reading gets
+  stringFlags = new uint32_t[n]();
+  stringPointerValues = new uint64_t[n]();
+  stringLengths = new uint32_t[n]();
+
+  for (uint32_t i = 0; i < n; ++i) {
+    consumed += ExtractValue(payload, size, offset + consumed, 4, &stringFlags[i]);
+    if (stringFlags[i] == 0) continue;
+    if ((stringFlags[i] & PointerFlagAddress) != 0) {
+      consumed += ExtractValue(payload, size, offset + consumed, 8, &stringPointerValues[i]);
+    }
+    consumed += ReadText(payload, size, offset + consumed, stringFlags[i], &unbacked, &strings[i],
+                         &stringLengths[i]);
+  }
+  return consumed;
+}
+
+uint32_t PointerData::ExtractPointerValue(const uint8_t* payload, uint32_t size, uint32_t offset,
+                                          uint32_t width) {
+  if (width == 0) return 0;
+  const bool recorded = (flags & PointerFlagNoContent) == 0;
+  if (!recorded || width > BytesLeft(size, offset)) RequireUnbackedSize(width);
+  arrayData = new uint8_t[width];
+  const uint32_t read = recorded ? ExtractValue(payload, size, offset, width, arrayData) : 0;
+  if (read == 0) std::memset(arrayData, 0, width);
+  return read;
+}
+
+uint32_t PointerData::ResizeArray(uint32_t n) {
+  if ((flags & PointerKindMask) != PointerKindArray) return kWrongKind;
+  if (n == 0) return kZeroSize;
+  if (count >= n) return kResized;
+
+  const uint64_t bytes = uint64_t{n} * elementSize;
+  RequireUnbackedSize(bytes);
+  uint8_t* grown = new uint8_t[bytes];
+  if (arrayData != nullptr && (flags & PointerFlagNoContent) == 0) {
+    std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
+  }
+  delete[] arrayData;
+  data = arrayData = grown;
+  count = n;
+  return kResized;
+}
+
+uint32_t PointerData::ResizeString(uint32_t n) {
+  if ((flags & PointerKindMask) != PointerKindString) return kWrongKind;
+  if (n == 0) return kZeroSize;
+  if (count >= n) return kResized;
+
+  const uint64_t bytes = uint64_t{n} + 1;
+  RequireUnbackedSize(bytes);
+  char* grown = new char[bytes];
+  const uint32_t kept = stringData != nullptr && (flags & PointerFlagNoContent) == 0 ? count : 0;
+  if (kept != 0) std::memcpy(grown, stringData, kept);
+  std::memset(grown + kept, 0, bytes - kept);
+  delete[] stringData;
+  data = stringData = grown;
+  count = n;
+  return kResized;
+}
+
+void PointerData::FreeBuffers() noexcept {
+  delete[] arrayData;
+  arrayData = nullptr;
+  delete[] stringData;
+  stringData = nullptr;
+  if (strings == nullptr) return;
+  for (uint32_t i = 0; i < count; ++i) delete[] strings[i];
+  delete[] strings;
+  strings = nullptr;
+  delete[] stringFlags;
+  stringFlags = nullptr;
+  delete[] stringPointerValues;
+  stringPointerValues = nullptr;
+  delete[] stringLengths;
+  stringLengths = nullptr;
+}
+
+void PointerData::LogCutValue() {
+  constexpr int kSite = 271;
+  Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, kSite, kUnit, true,
+             "DCAP API call block parameter decoding error: block is too small to contain all "
+             "expected parameter data");
+}
+
+}  // namespace Data
