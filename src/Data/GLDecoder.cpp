@@ -319,4 +319,12 @@ void GLDecoder::Process_glUnmapBuffer(const uint8_t* payload, uint32_t payloadSi
   }
 }
 
+// Adapters that do not care about client memory.
+void GLAdapter::VertexAttribPointerData(uint32_t, int32_t, uint32_t, uint32_t, int32_t,
+                                        unsigned char*, uint32_t, uint32_t) {}
+void GLAdapter::VertexAttribIPointerData(uint32_t, int32_t, uint32_t, int32_t, unsigned char*,
+                                         uint32_t, uint32_t) {}
+void GLAdapter::FlushMappedBufferRangeData(uint32_t, uint32_t, uint32_t, unsigned char*) {}
+void GLAdapter::UnmapBufferData(uint32_t, uint32_t, unsigned char*) {}
+
 }  // namespace Data
