@@ -44,7 +44,9 @@ Bytes Compress(Compressor& compressor, const Bytes& bytes) {
 // Decompresses into exactly `capacity` bytes of a larger block, and checks that the rest stays.
 std::optional<Bytes> Decompress(Compressor& compressor, const Bytes& unit, size_t capacity) {
   constexpr size_t kGuard = 64;
-  const Bytes exact(unit);  // a heap block of its own size, so that a sanitizer sees over-reads
+  const Bytes exact(
+      unit.begin(),
+      unit.end());  // a heap block of its own size, so that a sanitizer sees over-reads
   Bytes output(capacity + kGuard, 0xA5);
   auto size = static_cast<unsigned int>(capacity);
   const bool good = compressor.Decompress(exact.data(), SizeOf(exact), output.data(), &size);
@@ -97,7 +99,7 @@ std::vector<Bytes> Shapes() {
     Bytes noise(size);
     for (auto& byte : noise) byte = static_cast<unsigned char>(random());
     shapes.push_back(noise);
-    shapes.push_back(Bytes(size, 'z'));
+    shapes.emplace_back(size, 'z');
     for (auto& byte : noise) byte = static_cast<unsigned char>('a' + random() % 2);
     shapes.push_back(noise);
     for (const size_t period : {2u, 3u, 4u, 5u, 6u, 7u, 8u, 12u, 15u, 16u, 17u, 129u, 32'768u}) {
@@ -115,7 +117,7 @@ std::vector<Bytes> Shapes() {
     }
   }
   shapes.push_back(lengths);
-  shapes.push_back(Bytes(3'000'000, 0));
+  shapes.emplace_back(3'000'000, 0);
   return shapes;
 }
 

@@ -23,7 +23,7 @@ constexpr auto kProcessing = Log::LogZone::kProcessing;
 class CollectingSink : public Log::Sink {
  public:
   void Write(const Log::Record& record) override {
-    lines.push_back(record.message);
+    lines.emplace_back(record.message);
     last = record;
     lastFile = record.file;
   }

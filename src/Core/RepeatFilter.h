@@ -50,8 +50,8 @@ class DCAPKIT_API RepeatFilterSink : public Log::Sink {
     }
   };
   struct Count {
-    Log::LogLevel level;
-    Log::LogZone zone;
+    Log::LogLevel level = Log::LogLevel::kError;
+    Log::LogZone zone = Log::LogZone::kProcessing;
     uint64_t seen = 0;
     uint64_t dropped = 0;  // since the last that passed
   };

@@ -10,7 +10,7 @@ namespace Core {
 
 namespace {
 
-constexpr unsigned long kBufferSize = 256 * 1024;
+constexpr unsigned long kBufferSize = 256ul * 1024;
 constexpr unsigned long kFirstFetch = 4096;
 constexpr unsigned long kFetchGrowth = 4;
 

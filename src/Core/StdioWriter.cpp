@@ -9,7 +9,7 @@ namespace Core {
 
 namespace {
 
-constexpr uint64_t kBufferSize = 256 * 1024;
+constexpr uint64_t kBufferSize = uint64_t{256} * 1024;
 
 std::FILE* OpenFile(const std::string& path, bool create) {
   std::FILE* file = nullptr;
