@@ -208,6 +208,17 @@ TEST_F(StreamsTest, SeeksThatOverflowOrNameNoOriginFailAndStayPut) {
   }
 }
 
+TEST_F(StreamsTest, TheEndStaysUntilASeekLooksAgain) {
+  const std::string path = FileWith({1, 2, 3});
+  StdioReader reader(path);
+  EXPECT_EQ(ReadUpTo(reader, 10).size(), 3u);
+  StdioWriter(path, false, false).Write("\4", 1);
+  EXPECT_TRUE(reader.AtEof());
+  EXPECT_EQ(reader.Seek(1, 0), 0);
+  EXPECT_FALSE(reader.AtEof());
+  EXPECT_EQ(ReadUpTo(reader, 10), Bytes{4});
+}
+
 TEST_F(StreamsTest, AReadErrorIsNotTheEnd) {
   StdioReader reader("/proc/self/mem");  // the lowest page can be mapped by nobody
   ASSERT_TRUE(reader.IsValid());
@@ -356,7 +367,9 @@ TEST_F(StreamsTest, AFullDiskShowsInEveryCount) {
     EXPECT_FALSE(appender.Flush());
     EXPECT_EQ(appender.Write("abcd", 4), 0u) << "bytes before it are lost";
     EXPECT_EQ(appender.WriteAt("abcd", 4, 0), 0u);
-    EXPECT_EQ(StdioWriter("/dev/full", durable, true).Write(bytes.data(), bytes.size()), 0u);
+    StdioWriter direct("/dev/full", durable, true);
+    EXPECT_EQ(direct.Write(bytes.data(), bytes.size()), 0u);
+    EXPECT_FALSE(direct.Flush());
   }
 }
 

@@ -93,7 +93,6 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
 bool StdioReader::Fill() const {
   const unsigned long fetched = FetchBytes(buffer_.get(), fetchSize_);
   if (fetched == 0) {
-    next_ = limit_;
     return false;
   }
   next_ = buffer_.get();
