@@ -206,7 +206,7 @@ TEST_F(PointerDataTest, AStringArrayHoldsEveryKindOfEntry) {
   EXPECT_EQ(pointer_.count, 5u);
   EXPECT_EQ(pointer_.elementSize, 0u);
   EXPECT_EQ(pointer_.data, pointer_.strings);
-  const auto strings = pointer_.strings;
+  char* const* strings = pointer_.strings;
   EXPECT_STREQ(strings[0], "first");
   EXPECT_EQ(strings[1], nullptr);
   EXPECT_STREQ(strings[2], "at");
@@ -233,11 +233,11 @@ TEST_F(PointerDataTest, EntriesBeyondTheEndAreNullAndAnEmptyStringArrayHasNoBuff
 }
 
 TEST_F(PointerDataTest, DecodingAgainFreesWhatWasHeldAndClearKeepsTheElementSize) {
-  Decode(Bytes().Strings({"a", "b"}, 0x10));
   Decode(Bytes().Array<uint64_t>({1}, 0x20), 8);
-  EXPECT_EQ(pointer_.strings, nullptr);
+  Decode(Bytes().Strings({"a", "b"}, 0x10));
+  EXPECT_EQ(pointer_.elementSize, 0u);
   Decode(Bytes().String("x"));
-  EXPECT_EQ(pointer_.arrayData, nullptr);
+  EXPECT_EQ(pointer_.strings, nullptr);
   EXPECT_EQ(pointer_.pointerValue, 0u);
   Decode(Bytes().Array<uint64_t>({1}, 0x20), 8);
   pointer_.Clear();
@@ -289,8 +289,11 @@ TEST_F(PointerDataTest, AnArrayGrowsAndKeepsItsElements) {
   Decode(Bytes().Array<uint32_t>({1, 2, 3}));
   EXPECT_EQ(pointer_.ResizeArray(0), 6u);
   EXPECT_EQ(pointer_.ResizeString(4), 1u);
+  const void* before = pointer_.data;
   EXPECT_EQ(pointer_.ResizeArray(2), 0u);
+  EXPECT_EQ(pointer_.ResizeArray(3), 0u);
   EXPECT_EQ(pointer_.count, 3u);
+  EXPECT_EQ(pointer_.data, before);
   EXPECT_EQ(pointer_.ResizeArray(500), 0u);
   EXPECT_EQ(pointer_.count, 500u);
   EXPECT_EQ(pointer_.data, pointer_.arrayData);

@@ -1,5 +1,6 @@
 #include "Data/PointerData.h"
 
+#include <bit>
 #include <cstring>
 #include <new>
 
@@ -72,7 +73,7 @@ uint32_t PointerData::Decode(const uint8_t* payload, uint32_t size, uint32_t off
           consumed += ExtractPointerValue(payload, size, content, width);
           data = arrayData;
         } else if ((flags & PointerFlagAddress) != 0) {
-          data = reinterpret_cast<void*>(pointerValue);
+          data = std::bit_cast<void*>(pointerValue);
         } else {
           constexpr int kSite = 106;
           Log::Print(Log::LogLevel::kNotice, Log::LogZone::kProcessing, kSite, kUnit, true,
@@ -87,20 +88,22 @@ uint32_t PointerData::Decode(const uint8_t* payload, uint32_t size, uint32_t off
 
 uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32_t offset,
                                    uint32_t width) {
-  const uint32_t consumed = ExtractValue(payload, size, offset, 4, &count);
+  uint32_t n = 0;
+  const uint32_t consumed = ExtractValue(payload, size, offset, 4, &n);
+  count = n;
   if (width == 0) return consumed;
-  const bool sizeKnown = count != 0;
+  const bool sizeKnown = n != 0;
   if (!sizeKnown) {
     constexpr int kSite = 395;
-    count = kDefaultArrayCount;
+    count = n = kDefaultArrayCount;
     Log::Print(Log::LogLevel::kWarning, Log::LogZone::kProcessing, kSite, kUnit, true,
                "Allocating default buffer of size %d for array parameter of unknown size.",
-               static_cast<int>(count));
+               static_cast<int>(n));
   }
   if ((flags & PointerFlagSizeOnly) != 0) return consumed;
 
   offset += consumed;
-  const uint64_t bytes = uint64_t{count} * width;
+  const uint64_t bytes = uint64_t{n} * width;
   if (sizeKnown && (flags & PointerFlagNoContent) == 0) {
     if (bytes > BytesLeft(size, offset)) RequireUnbackedSize(bytes);
     arrayData = new uint8_t[bytes];
@@ -111,9 +114,9 @@ uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32
   }
   RequireUnbackedSize(bytes);
   arrayData = new uint8_t[bytes];
-  // Of unrecorded elements only `count` bytes are cleared, as ever. A default buffer promises its
-  // first 512 bytes; clearing it whole keeps what adapters see the same in every run.
-  std::memset(arrayData, 0, sizeKnown ? count : bytes);
+  // Of unrecorded elements only the first `n` bytes are cleared, as ever. A default buffer promises
+  // its first 512 bytes; clearing it whole keeps what adapters see the same in every run.
+  std::memset(arrayData, 0, sizeKnown ? n : bytes);
   return consumed;
 }
 
@@ -172,7 +175,7 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
 
   const uint64_t bytes = uint64_t{n} * elementSize;
   RequireUnbackedSize(bytes);
-  uint8_t* grown = new uint8_t[bytes];
+  auto* grown = new uint8_t[bytes];
   if (arrayData != nullptr && (flags & PointerFlagNoContent) == 0) {
     std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
   }
@@ -189,7 +192,7 @@ uint32_t PointerData::ResizeString(uint32_t n) {
 
   const uint64_t bytes = uint64_t{n} + 1;
   RequireUnbackedSize(bytes);
-  char* grown = new char[bytes];
+  auto* grown = new char[bytes];
   const uint32_t kept = stringData != nullptr && (flags & PointerFlagNoContent) == 0 ? count : 0;
   if (kept != 0) std::memcpy(grown, stringData, kept);
   std::memset(grown + kept, 0, bytes - kept);
