@@ -18,10 +18,10 @@ inline constexpr uint64_t DCAPFrameTrailer = 0xEEEEEEEEEEEEEEEE;
 
 /// `FileHeader::optionMask`, as far as the library acts on it.
 enum OptionMask : uint32_t {
-  kOptionThreadIds = 1u << 6,         ///< sub-block headers carry a thread id
-  kOptionNoTrailers = 1u << 8,        ///< blocks do NOT end with a trailer
-  kOptionType2BeforeFirst = 1u << 12, ///< type-2 blocks before the first frame are processed
-  kOptionCompressionShift = 13,       ///< `(mask >> shift) & 7` is a `CompressionType`
+  kOptionThreadIds = 1u << 6,          ///< sub-block headers carry a thread id
+  kOptionNoTrailers = 1u << 8,         ///< blocks do NOT end with a trailer
+  kOptionType2BeforeFirst = 1u << 12,  ///< type-2 blocks before the first frame are processed
+  kOptionCompressionShift = 13,        ///< `(mask >> shift) & 7` is a `CompressionType`
   kOptionCompressionMask = 7u << 13,
 };
 
@@ -92,7 +92,8 @@ static_assert(sizeof(MetadataDesc) == 4);
 
 /// One entry of a frame index (`CaptureFileUtil::GenerateFrameIndex`). Not a file record.
 struct FrameEntry {
-  uint32_t frameNumber;   ///< 1-based ordinal of the type-1 block in the file, not its sequence number
+  uint32_t
+      frameNumber;  ///< 1-based ordinal of the type-1 block in the file, not its sequence number
   uint64_t filePosition;  ///< bytes from the start of the file to the block's `BlockHeader`
 };
 

@@ -44,9 +44,9 @@ template <typename... Scalars>
   return ExtractEach(data, size, scalars...);
 }
 
-/// Reads the parameters of a call one after another, each where the one before it ended, and returns
-/// the bytes consumed. Scalars are given by address, pointers as `Elements`. What the payload does
-/// not hold keeps its value, and the next read starts where it would have stood.
+/// Reads the parameters of a call one after another, each where the one before it ended, and
+/// returns the bytes consumed. Scalars are given by address, pointers as `Elements`. What the
+/// payload does not hold keeps its value, and the next read starts where it would have stood.
 template <typename... Parameters>
 uint32_t ExtractParameters(const uint8_t* data, uint32_t size, Parameters... parameters) {
   if constexpr ((std::is_pointer_v<Parameters> && ...)) {

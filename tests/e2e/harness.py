@@ -1,0 +1,49 @@
+"""What the end-to-end tests share: the tool, the captures, and running the one on the other."""
+import hashlib
+import json
+import os
+import subprocess
+import sys
+import unittest
+from pathlib import Path
+
+SOURCE = Path(os.environ.get("DCAPKIT_SOURCE_DIR", Path(__file__).resolve().parents[2]))
+TOOL = os.environ.get("DCAP_TOOL", str(SOURCE / "build/bin/dcap"))
+CAPTURES = Path(os.environ.get("DCAPKIT_CAPTURES_DIR", SOURCE.parent / "shared/captures"))
+SAMPLE = SOURCE / "examples/sample.dcap"
+
+
+def captures(finished=True):
+    """The captures of real programs that are there, by name; without those left unfinished."""
+    return {path.stem: path for path in sorted(CAPTURES.glob("*.dcap"))
+            if not (finished and path.stem.endswith("-unfinished"))}
+
+
+def summary(path):
+    return json.loads(path.with_suffix(".summary.json").read_text())
+
+
+def run(*arguments, status=0, **options):
+    """Runs the tool; fails unless it ends with `status`. Returns the completed process."""
+    done = subprocess.run([TOOL, *map(str, arguments)], capture_output=True, **options)
+    if done.returncode != status:
+        raise AssertionError(f"{arguments}: exit status {done.returncode}, not {status}\n"
+                             f"{done.stderr.decode(errors='replace')}")
+    return done
+
+
+def dcap(*arguments, **options):
+    """The standard output of the tool."""
+    return run(*arguments, **options).stdout
+
+
+def sha256(data):
+    return hashlib.sha256(data).hexdigest()
+
+
+def main():
+    """Runs the tests of the calling module; 77 tells that the captures for them are not there."""
+    result = unittest.main(exit=False).result
+    if not result.wasSuccessful():
+        sys.exit(1)
+    sys.exit(77 if result.testsRun and len(result.skipped) == result.testsRun else 0)

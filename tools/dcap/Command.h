@@ -1,0 +1,24 @@
+// The commands of the tool.
+#ifndef DCAP_COMMAND_H
+#define DCAP_COMMAND_H
+
+#include <CLI/App.hpp>
+
+/// What the tool's exit status says; documented in the manual.
+enum ExitStatus : int {
+  kExitOk = 0,
+  kExitFailure = 1,  ///< the capture is damaged, or a file cannot be read or written
+  kExitUsage = 2,    ///< the command line makes no sense
+};
+
+/// Adds a command to the tool. The command's callback leaves its exit status in `*status`.
+using AddCommand = void(CLI::App& app, int* status);
+
+AddCommand AddDumpCommand;
+
+/// All commands, in the order in which the help lists them.
+inline constexpr AddCommand* kCommands[] = {
+    AddDumpCommand,
+};
+
+#endif  // DCAP_COMMAND_H

@@ -1,0 +1,82 @@
+// A capture as the stream of events that the tool's commands work on.
+#ifndef DCAP_EVENTS_H
+#define DCAP_EVENTS_H
+
+#include <cstdint>
+#include <span>
+
+#include "Data/DCAPConsumer.h"
+#include "Data/EGLDecoder.h"
+#include "Data/GLDecoder.h"
+#include "Data/GenericAdapter.h"
+#include "Data/MetaDecoder.h"
+
+#include "MetaRecord.h"
+
+/// Where in the capture an event stands.
+struct EventContext {
+  uint32_t frameOrdinal = 0;  ///< counted from 1; 0 before the first frame block
+  uint32_t blockNumber = 0;   ///< sequence number of the block, as recorded
+  bool setUp = false;         ///< in a type-2 block
+  bool hasThread = false;     ///< the capture records threads
+  uint32_t threadId = 0;
+  uint32_t callIndex = 0;  ///< of the call or record within its block, counted from 0
+};
+
+/// Receives the events of a capture in file order. Arguments are borrowed.
+class EventHandler {
+ public:
+  virtual ~EventHandler() = default;
+  virtual void FileStart(const Data::FileHeader& /*header*/) {}
+  /// At the start of every processed block.
+  virtual void Block(const EventContext& /*context*/, const Data::BlockHeader& /*header*/) {}
+  virtual void Call(const EventContext& /*context*/, const Data::CallDesc& /*call*/,
+                    std::span<const Data::CallValue> /*values*/) {}
+  /// Client memory of the call that follows.
+  virtual void ClientData(const EventContext& /*context*/, const Data::CallDesc& /*operation*/,
+                          std::span<const Data::CallValue> /*values*/) {}
+  virtual void Metadata(const EventContext& /*context*/, const MetaRecord& /*record*/) {}
+};
+
+/// Decodes what a processor reads and hands it to an `EventHandler`, which it borrows.
+class EventConsumer final : public Data::DCAPConsumer,
+                            private Data::GenericAdapter,
+                            private MetaFlattener {
+ public:
+  explicit EventConsumer(EventHandler* handler);
+
+  void ProcessFileStart(const Data::FileHeader& header) override;
+  void ProcessFileEnd() override {}
+  void ProcessBlockStart(const Data::BlockHeader& header) override { blockHeader_ = header; }
+  void ProcessBlockEnd(unsigned long /*trailer*/) override {}
+  void ProcessFrameNumber(unsigned int frameNumber) override;
+  void ProcessMethodCall(const Data::SubBlockHeader& /*header*/,
+                         const Data::MethodCallDesc& /*desc*/, const unsigned char* /*data*/,
+                         unsigned int /*size*/) override {}
+  void ProcessFunctionCall(const Data::SubBlockHeader& header, const Data::FunctionCallDesc& desc,
+                           const unsigned char* data, unsigned int size) override;
+  void ProcessMetadata(const Data::SubBlockHeader& header, const Data::MetadataDesc& desc,
+                       const unsigned char* data, unsigned int size) override;
+
+  [[nodiscard]] const EventContext& Context() const { return context_; }
+
+ private:
+  void ProcessCall(const Data::CallDesc& call, std::span<const Data::CallValue> values) override {
+    handler_->Call(context_, call, values);
+  }
+  void ProcessClientData(const Data::CallDesc& operation,
+                         std::span<const Data::CallValue> values) override {
+    handler_->ClientData(context_, operation, values);
+  }
+  void Record(const MetaRecord& record) override { handler_->Metadata(context_, record); }
+
+  EventHandler* handler_;
+  EventContext context_;
+  uint32_t nextIndex_ = 0;
+  Data::BlockHeader blockHeader_ = {};
+  Data::EGLDecoder eglDecoder_;
+  Data::GLDecoder glDecoder_;
+  Data::MetaDecoder metaDecoder_;
+};
+
+#endif  // DCAP_EVENTS_H

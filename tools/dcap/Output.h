@@ -1,0 +1,31 @@
+// Standard output, written in large pieces.
+#ifndef DCAP_OUTPUT_H
+#define DCAP_OUTPUT_H
+
+#include <stdexcept>
+#include <string_view>
+
+#include "Printer.h"
+
+/// Standard output cannot be written.
+class OutputError : public std::runtime_error {
+ public:
+  explicit OutputError(int errnum);
+  /// Nobody reads the output any more: no error to speak of.
+  [[nodiscard]] bool IsBrokenPipe() const { return brokenPipe_; }
+
+ private:
+  bool brokenPipe_;
+};
+
+/// Says on stderr what went wrong, unless the reader simply had enough, and returns an
+/// `ExitStatus`.
+int ReportOutputError(const OutputError& error);
+
+class StandardOutput : public LineSink {
+ public:
+  /// Throws `OutputError`.
+  void Write(std::string_view lines) override;
+};
+
+#endif  // DCAP_OUTPUT_H

@@ -1,0 +1,33 @@
+// The form for people: one line an event, values as a person wants to see them.
+#ifndef DCAP_TEXTPRINTER_H
+#define DCAP_TEXTPRINTER_H
+
+#include "Printer.h"
+
+class TextPrinter final : public Printer {
+ public:
+  using Printer::Printer;
+
+  void FileStart(const Data::FileHeader& header) override;
+  void Block(const EventContext& context, const Data::BlockHeader& header) override;
+  void Call(const EventContext& context, const Data::CallDesc& call,
+            std::span<const Data::CallValue> values) override;
+  void ClientData(const EventContext& context, const Data::CallDesc& operation,
+                  std::span<const Data::CallValue> values) override;
+  void Metadata(const EventContext& context, const MetaRecord& record) override;
+
+ private:
+  void LineStart(const EventContext& context);
+  void Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value);
+  void Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value);
+  void Bits(const Data::TypeDesc& type, uint32_t value);
+  void Pointer(Data::Api api, const Data::TypeDesc& type, const Data::PointerData& pointer);
+  void Elements(Data::Api api, const Data::TypeDesc& type, const Data::PointerData& pointer);
+  void Element(Data::Api api, const Data::TypeDesc& type, const uint8_t* element);
+  void Strings(const Data::PointerData& pointer);
+  void Quoted(const char* text, size_t size);
+  void Bytes(std::span<const uint8_t> bytes);
+  void Field(const MetaField& field);
+};
+
+#endif  // DCAP_TEXTPRINTER_H

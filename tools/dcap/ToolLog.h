@@ -1,0 +1,34 @@
+// Where the library's log lines go while the tool runs.
+#ifndef DCAP_TOOLLOG_H
+#define DCAP_TOOLLOG_H
+
+#include "Core/Log.h"
+#include "Core/RepeatFilter.h"
+
+/// Writes log lines to stderr as the tool's own, floods cut short. Warnings and errors only, unless
+/// `verbose`.
+class ToolLog : private Core::Log::Sink {
+ public:
+  ToolLog() { Core::Log::SetSink(this); }
+  ~ToolLog() override { Core::Log::SetSink(nullptr); }
+  ToolLog(const ToolLog&) = delete;
+  ToolLog& operator=(const ToolLog&) = delete;
+
+  bool verbose = false;
+
+ private:
+  class Stderr : public Core::Log::Sink {
+    void Write(const Core::Log::Record& record) override;
+  };
+
+  void Write(const Core::Log::Record& record) override {
+    if (verbose || record.level <= Core::Log::LogLevel::kWarning) {
+      filter_.Write(record);
+    }
+  }
+
+  Stderr stderr_;
+  Core::RepeatFilterSink filter_{&stderr_};
+};
+
+#endif  // DCAP_TOOLLOG_H
