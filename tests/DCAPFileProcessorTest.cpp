@@ -60,6 +60,7 @@ class EventRecorder : public Data::DCAPConsumer {
   }
   void ProcessMetadata(const Data::SubBlockHeader& header, const Data::MetadataDesc& desc,
                        const unsigned char* data, unsigned int size) override {
+    EXPECT_TRUE(size == 0 || reinterpret_cast<uintptr_t>(data) % alignof(uint32_t) == 0);
     Add("metadata " + std::to_string(desc.type) + "." + std::to_string(desc.subtype), header, data,
         size);
   }
@@ -641,6 +642,15 @@ TEST_F(DCAPFileProcessorTest, PayloadsAreWholeWhereverReadingAheadEnds) {
   std::vector<std::string> contents = Contents();
   contents.erase(contents.begin());
   EXPECT_TRUE(contents == expected);
+}
+
+TEST_F(DCAPFileProcessorTest, MetadataPayloadsAreAlignedForWords) {
+  CaptureBuilder capture;
+  capture.FrameBlock(1).Metadata(1, 1, "a").Metadata(1, 1, "ab").Metadata(1, 1, "");
+  capture.Metadata(1, 1, "abc").Metadata(1, 1, std::string(100'001, 'a')).Metadata(1, 1, "end");
+  EXPECT_EQ(Run(capture), "");  // the recorder checks
+  EXPECT_EQ(Contents().size(), 7u);
+  EXPECT_EQ(Contents().back(), "metadata 1.1@0 end");
 }
 
 // A stream of any size that costs nothing: zeros, but for the pieces laid on it.

@@ -12,7 +12,8 @@ namespace Data {
 /// The library's own consumer, `DCAPDecodeConsumer`, turns calls into typed operations on adapters;
 /// derive from this class to see undecoded payloads instead. The order of the operations is part of
 /// the interface. References and `data` are borrowed for the duration of one operation: the
-/// processor reuses its buffer for the next sub-block. What an operation throws ends processing.
+/// processor reuses its buffer for the next sub-block. The payloads of calls start at any address;
+/// copy values out of them. What an operation throws ends processing.
 class DCAPKIT_API DCAPConsumer {
  public:
   virtual ~DCAPConsumer() = default;
@@ -33,7 +34,7 @@ class DCAPKIT_API DCAPConsumer {
   /// A recorded function call. `data` is the payload of `size` bytes, already decompressed.
   virtual void ProcessFunctionCall(const SubBlockHeader& header, const FunctionCallDesc& desc,
                                    const unsigned char* data, unsigned int size) = 0;
-  /// A metadata record. `data` is the payload of `size` bytes.
+  /// A metadata record. `data` is the payload of `size` bytes, aligned for 32-bit values.
   virtual void ProcessMetadata(const SubBlockHeader& header, const MetadataDesc& desc,
                                const unsigned char* data, unsigned int size) = 0;
 };

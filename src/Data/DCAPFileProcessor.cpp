@@ -424,8 +424,15 @@ inline unsigned int DCAPFileProcessor::ProcessApiCall(const SubBlockHeader& subH
 inline unsigned int DCAPFileProcessor::ProcessMetadata(const SubBlockHeader& subHeader) {
   const unsigned char* body = TakeBody(subHeader, sizeof(MetadataDesc));
   if (IsThreadFiltered(subHeader)) return subHeader.size;
-  consumer_->ProcessMetadata(subHeader, Load<MetadataDesc>(body), body + sizeof(MetadataDesc),
-                             subHeader.size - static_cast<unsigned int>(sizeof(MetadataDesc)));
+  const unsigned char* payload = body + sizeof(MetadataDesc);
+  const unsigned int size = subHeader.size - static_cast<unsigned int>(sizeof(MetadataDesc));
+  // Decoders hand out arrays where they lie in the payload.
+  if (size != 0 && reinterpret_cast<uintptr_t>(payload) % alignof(uint32_t) != 0) {
+    EnsureSpace(&dataBuffer_, &dataBufferSize_, size);
+    std::memcpy(dataBuffer_.get(), payload, size);
+    payload = dataBuffer_.get();
+  }
+  consumer_->ProcessMetadata(subHeader, Load<MetadataDesc>(body), payload, size);
   return subHeader.size;
 }
 

@@ -155,7 +155,7 @@ class DCAPKIT_API DCAPFileProcessor {
  private:
   uint32_t threadCount_ = 0;
   std::unordered_map<uint32_t, uint32_t> threadIndexById_;
-  std::unique_ptr<unsigned char[]> dataBuffer_;  // sub-blocks too large for the window
+  std::unique_ptr<unsigned char[]> dataBuffer_;  // what the window cannot hold or align
   unsigned long dataBufferSize_ = 0;
   std::unique_ptr<unsigned char[]> inflateBuffer_;
   unsigned long inflateBufferSize_ = 0;

@@ -6,12 +6,6 @@ namespace Data {
 
 Decoder::~Decoder() = default;
 
-void Decoder::SetCurrentThreadId(uint32_t threadId) {
-  if (threadId == currentThreadId_) return;
-  currentThreadId_ = threadId;
-  ProcessThreadChange(threadId);
-}
-
 void Decoder::LogCutValue() {
   constexpr int kSite = 62;
   Core::Log::Print(Core::Log::LogLevel::kError, Core::Log::LogZone::kProcessing, kSite,

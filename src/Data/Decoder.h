@@ -52,7 +52,11 @@ class DCAPKIT_API Decoder {
 
   /// Stores `threadId` and calls `ProcessThreadChange`, but only when it differs from the one
   /// before; the first is 0. Thread ids are values of the recording, not threads of this process.
-  void SetCurrentThreadId(uint32_t threadId);
+  void SetCurrentThreadId(uint32_t threadId) {
+    if (threadId == currentThreadId_) return;
+    currentThreadId_ = threadId;
+    ProcessThreadChange(threadId);
+  }
 
   /// Copies the `width` bytes at `offset` of the payload to `dest` and returns `width`. Returns 0
   /// with `dest` untouched when `width` is 0 or the value is not there whole: silently when
