@@ -241,13 +241,17 @@ def Dispatch(table):
             f'      return LogUnrecognizedCall(id, "src/Data/{table.api}Decoder");\n  }}\n}}\n' + FOOTER)
 
 
-def Constant(kind):
-    name = kind.name.replace("[]", "Array").replace("(", "_").replace(")", "")
+def Constant(name):
+    name = name.replace("[]", "Array").replace("(", "").replace(")", "")
     return "k" + name[0].upper() + name[1:]
 
 
+def NamesOf(group):
+    return "kNames" + Constant(group)[1:]
+
+
 def ValueList(call):
-    return tuple(f'{{"{v.name}", &{Constant(v.type)}}}' for v in Payload(call))
+    return tuple(f'{{"{v.name}", &{Constant(v.type.name)}}}' for v in Payload(call))
 
 
 def EnumRows(entries):
@@ -262,14 +266,14 @@ def CallTypes(tables):
     types = {v.type.name: v.type for t in tables for call in t.calls for v in Payload(call)}
     groups = {name: entries for table in tables for name, entries in table.enums.items()}
     for group in sorted({kind.names for kind in types.values() if kind.names}):
-        text += f"inline constexpr EnumName kNames_{group}[] = {{\n"
+        text += f"inline constexpr EnumName {NamesOf(group)}[] = {{\n"
         text += Fill("    ", EnumRows(groups[group]), "};", 4) + "\n\n"
     for _, kind in sorted(types.items()):
         element = f"ValueType::{STORED[kind.stored][1]}"
-        text += Fill(f"inline constexpr TypeDesc {Constant(kind)} = {{", [
+        text += Fill(f"inline constexpr TypeDesc {Constant(kind.name)} = {{", [
             f'"{kind.name}"', "ValueType::kPointer" if kind.element else element,
             f"ValueFormat::{FORMATS[kind.format]}", element, str(kind.element),
-            f"kNames_{kind.names}" if kind.names else "{}"], "};", 4) + "\n"
+            NamesOf(kind.names) if kind.names else "{}"], "};", 4) + "\n"
     return text + FOOTER + "\n#endif  // DCAPKIT_DATA_CALLTYPES_H\n"
 
 

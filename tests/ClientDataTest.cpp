@@ -19,7 +19,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 constexpr uint32_t kPointer = 0x908C;
 constexpr uint32_t kIPointer = 0x90B5;
@@ -96,7 +95,7 @@ class Recorder : public GLAdapter {
     size_t size;
   };
 
-  void Attribute(uint32_t index, unsigned char* buffer, uint32_t length, uint32_t offset,
+  void Attribute(uint32_t index, const unsigned char* buffer, uint32_t length, uint32_t offset,
                  const std::string& text) {
     ++attributes;
     held_.push_back({std::to_string(index) + " " + text,

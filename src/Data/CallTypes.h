@@ -9,25 +9,25 @@
 
 namespace Data {
 
-inline constexpr EnumName kNames_BufferStorageMask[] = {
+inline constexpr EnumName kNamesBufferStorageMask[] = {
     {0x0001, "GL_MAP_READ_BIT"}, {0x0002, "GL_MAP_WRITE_BIT"},
     {0x0040, "GL_MAP_PERSISTENT_BIT_EXT"}, {0x0080, "GL_MAP_COHERENT_BIT_EXT"},
     {0x0100, "GL_DYNAMIC_STORAGE_BIT_EXT"}, {0x0200, "GL_CLIENT_STORAGE_BIT_EXT"}};
 
-inline constexpr EnumName kNames_ClearBufferMask[] = {
+inline constexpr EnumName kNamesClearBufferMask[] = {
     {0x0100, "GL_DEPTH_BUFFER_BIT"}, {0x0400, "GL_STENCIL_BUFFER_BIT"},
     {0x4000, "GL_COLOR_BUFFER_BIT"}, {0x8000, "GL_COVERAGE_BUFFER_BIT_NV"}};
 
-inline constexpr EnumName kNames_EGLSyncFlags[] = {
+inline constexpr EnumName kNamesEGLSyncFlags[] = {
     {0x0001, "EGL_SYNC_FLUSH_COMMANDS_BIT"}};
 
-inline constexpr EnumName kNames_MapBufferAccessMask[] = {
+inline constexpr EnumName kNamesMapBufferAccessMask[] = {
     {0x0001, "GL_MAP_READ_BIT"}, {0x0002, "GL_MAP_WRITE_BIT"},
     {0x0004, "GL_MAP_INVALIDATE_RANGE_BIT"}, {0x0008, "GL_MAP_INVALIDATE_BUFFER_BIT"},
     {0x0010, "GL_MAP_FLUSH_EXPLICIT_BIT"}, {0x0020, "GL_MAP_UNSYNCHRONIZED_BIT"},
     {0x0040, "GL_MAP_PERSISTENT_BIT_EXT"}, {0x0080, "GL_MAP_COHERENT_BIT_EXT"}};
 
-inline constexpr EnumName kNames_MemoryBarrierMask[] = {
+inline constexpr EnumName kNamesMemoryBarrierMask[] = {
     {0x0001, "GL_VERTEX_ATTRIB_ARRAY_BARRIER_BIT"}, {0x0002, "GL_ELEMENT_ARRAY_BARRIER_BIT"},
     {0x0004, "GL_UNIFORM_BARRIER_BIT"}, {0x0008, "GL_TEXTURE_FETCH_BARRIER_BIT"},
     {0x0020, "GL_SHADER_IMAGE_ACCESS_BARRIER_BIT"}, {0x0040, "GL_COMMAND_BARRIER_BIT"},
@@ -37,30 +37,30 @@ inline constexpr EnumName kNames_MemoryBarrierMask[] = {
     {0x2000, "GL_SHADER_STORAGE_BARRIER_BIT"}, {0x4000, "GL_CLIENT_MAPPED_BUFFER_BARRIER_BIT_EXT"},
     {0xFFFFFFFF, "GL_ALL_BARRIER_BITS"}};
 
-inline constexpr EnumName kNames_SyncObjectMask[] = {
+inline constexpr EnumName kNamesSyncObjectMask[] = {
     {0x0001, "GL_SYNC_FLUSH_COMMANDS_BIT"}};
 
-inline constexpr EnumName kNames_UseProgramStageMask[] = {
+inline constexpr EnumName kNamesUseProgramStageMask[] = {
     {0x0001, "GL_VERTEX_SHADER_BIT"}, {0x0002, "GL_FRAGMENT_SHADER_BIT"},
     {0x0004, "GL_GEOMETRY_SHADER_BIT"}, {0x0008, "GL_TESS_CONTROL_SHADER_BIT"},
     {0x0010, "GL_TESS_EVALUATION_SHADER_BIT"}, {0x0020, "GL_COMPUTE_SHADER_BIT"},
     {0x0040, "GL_MESH_SHADER_BIT_NV"}, {0x0080, "GL_TASK_SHADER_BIT_NV"},
     {0xFFFFFFFF, "GL_ALL_SHADER_BITS"}};
 
-inline constexpr EnumName kNames_blend[] = {
+inline constexpr EnumName kNamesBlend[] = {
     {0x0000, "GL_ZERO"}, {0x0001, "GL_ONE"}};
 
-inline constexpr EnumName kNames_error[] = {
+inline constexpr EnumName kNamesError[] = {
     {0x0000, "GL_NO_ERROR"}};
 
-inline constexpr EnumName kNames_primitive[] = {
+inline constexpr EnumName kNamesPrimitive[] = {
     {0x0000, "GL_POINTS"}, {0x0001, "GL_LINES"}, {0x0002, "GL_LINE_LOOP"},
     {0x0003, "GL_LINE_STRIP"}, {0x0004, "GL_TRIANGLES"}, {0x0005, "GL_TRIANGLE_STRIP"},
     {0x0006, "GL_TRIANGLE_FAN"}, {0x000A, "GL_LINES_ADJACENCY"},
     {0x000B, "GL_LINE_STRIP_ADJACENCY"}, {0x000C, "GL_TRIANGLES_ADJACENCY"},
     {0x000D, "GL_TRIANGLE_STRIP_ADJACENCY"}, {0x000E, "GL_PATCHES"}};
 
-inline constexpr EnumName kNames_stencilOp[] = {
+inline constexpr EnumName kNamesStencilOp[] = {
     {0x0000, "GL_ZERO"}};
 
 inline constexpr TypeDesc kAddressArray = {"address[]", ValueType::kPointer, ValueFormat::kHex,
@@ -71,20 +71,20 @@ inline constexpr TypeDesc kAttribs = {"attribs", ValueType::kPointer, ValueForma
     ValueType::kInt32, 4, {}};
 inline constexpr TypeDesc kAttribs64 = {"attribs64", ValueType::kPointer, ValueFormat::kEnum,
     ValueType::kInt64, 8, {}};
-inline constexpr TypeDesc kBits_BufferStorageMask = {"bits(BufferStorageMask)", ValueType::kUint32,
-    ValueFormat::kBits, ValueType::kUint32, 0, kNames_BufferStorageMask};
-inline constexpr TypeDesc kBits_ClearBufferMask = {"bits(ClearBufferMask)", ValueType::kUint32,
-    ValueFormat::kBits, ValueType::kUint32, 0, kNames_ClearBufferMask};
-inline constexpr TypeDesc kBits_MapBufferAccessMask = {"bits(MapBufferAccessMask)",
-    ValueType::kUint32, ValueFormat::kBits, ValueType::kUint32, 0, kNames_MapBufferAccessMask};
-inline constexpr TypeDesc kBits_MemoryBarrierMask = {"bits(MemoryBarrierMask)", ValueType::kUint32,
-    ValueFormat::kBits, ValueType::kUint32, 0, kNames_MemoryBarrierMask};
-inline constexpr TypeDesc kBits_SyncObjectMask = {"bits(SyncObjectMask)", ValueType::kUint32,
-    ValueFormat::kBits, ValueType::kUint32, 0, kNames_SyncObjectMask};
-inline constexpr TypeDesc kBits_UseProgramStageMask = {"bits(UseProgramStageMask)",
-    ValueType::kUint32, ValueFormat::kBits, ValueType::kUint32, 0, kNames_UseProgramStageMask};
+inline constexpr TypeDesc kBitsBufferStorageMask = {"bits(BufferStorageMask)", ValueType::kUint32,
+    ValueFormat::kBits, ValueType::kUint32, 0, kNamesBufferStorageMask};
+inline constexpr TypeDesc kBitsClearBufferMask = {"bits(ClearBufferMask)", ValueType::kUint32,
+    ValueFormat::kBits, ValueType::kUint32, 0, kNamesClearBufferMask};
+inline constexpr TypeDesc kBitsMapBufferAccessMask = {"bits(MapBufferAccessMask)",
+    ValueType::kUint32, ValueFormat::kBits, ValueType::kUint32, 0, kNamesMapBufferAccessMask};
+inline constexpr TypeDesc kBitsMemoryBarrierMask = {"bits(MemoryBarrierMask)", ValueType::kUint32,
+    ValueFormat::kBits, ValueType::kUint32, 0, kNamesMemoryBarrierMask};
+inline constexpr TypeDesc kBitsSyncObjectMask = {"bits(SyncObjectMask)", ValueType::kUint32,
+    ValueFormat::kBits, ValueType::kUint32, 0, kNamesSyncObjectMask};
+inline constexpr TypeDesc kBitsUseProgramStageMask = {"bits(UseProgramStageMask)",
+    ValueType::kUint32, ValueFormat::kBits, ValueType::kUint32, 0, kNamesUseProgramStageMask};
 inline constexpr TypeDesc kBlend = {"blend", ValueType::kUint32, ValueFormat::kEnum,
-    ValueType::kUint32, 0, kNames_blend};
+    ValueType::kUint32, 0, kNamesBlend};
 inline constexpr TypeDesc kBlockIndex = {"blockIndex", ValueType::kUint32, ValueFormat::kNumber,
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kBool = {"bool", ValueType::kUint32, ValueFormat::kBoolean,
@@ -114,7 +114,7 @@ inline constexpr TypeDesc kEnumInt = {"enumInt", ValueType::kInt32, ValueFormat:
 inline constexpr TypeDesc kEnumArray = {"enum[]", ValueType::kPointer, ValueFormat::kEnum,
     ValueType::kUint32, 4, {}};
 inline constexpr TypeDesc kError = {"error", ValueType::kUint32, ValueFormat::kEnum,
-    ValueType::kUint32, 0, kNames_error};
+    ValueType::kUint32, 0, kNamesError};
 inline constexpr TypeDesc kFeedback = {"feedback", ValueType::kUint32, ValueFormat::kObject,
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kFloat = {"float", ValueType::kFloat, ValueFormat::kNumber,
@@ -131,8 +131,8 @@ inline constexpr TypeDesc kImage = {"image", ValueType::kUint32, ValueFormat::kO
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kInt = {"int", ValueType::kInt32, ValueFormat::kNumber, ValueType::kInt32,
     0, {}};
-inline constexpr TypeDesc kIntBits_EGLSyncFlags = {"intBits(EGLSyncFlags)", ValueType::kInt32,
-    ValueFormat::kBits, ValueType::kInt32, 0, kNames_EGLSyncFlags};
+inline constexpr TypeDesc kIntBitsEGLSyncFlags = {"intBits(EGLSyncFlags)", ValueType::kInt32,
+    ValueFormat::kBits, ValueType::kInt32, 0, kNamesEGLSyncFlags};
 inline constexpr TypeDesc kIntArray = {"int[]", ValueType::kPointer, ValueFormat::kNumber,
     ValueType::kInt32, 4, {}};
 inline constexpr TypeDesc kIntptr = {"intptr", ValueType::kUint32, ValueFormat::kNumber,
@@ -150,7 +150,7 @@ inline constexpr TypeDesc kObject = {"object", ValueType::kUint32, ValueFormat::
 inline constexpr TypeDesc kPipeline = {"pipeline", ValueType::kUint32, ValueFormat::kObject,
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kPrimitive = {"primitive", ValueType::kUint32, ValueFormat::kEnum,
-    ValueType::kUint32, 0, kNames_primitive};
+    ValueType::kUint32, 0, kNamesPrimitive};
 inline constexpr TypeDesc kProgram = {"program", ValueType::kUint32, ValueFormat::kObject,
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kQuery = {"query", ValueType::kUint32, ValueFormat::kObject,
@@ -170,7 +170,7 @@ inline constexpr TypeDesc kSizeiArray = {"sizei[]", ValueType::kPointer, ValueFo
 inline constexpr TypeDesc kSizeptr = {"sizeptr", ValueType::kUint32, ValueFormat::kNumber,
     ValueType::kUint32, 0, {}};
 inline constexpr TypeDesc kStencilOp = {"stencilOp", ValueType::kUint32, ValueFormat::kEnum,
-    ValueType::kUint32, 0, kNames_stencilOp};
+    ValueType::kUint32, 0, kNamesStencilOp};
 inline constexpr TypeDesc kString = {"string", ValueType::kPointer, ValueFormat::kString,
     ValueType::kUint8, 1, {}};
 inline constexpr TypeDesc kStrings = {"strings", ValueType::kPointer, ValueFormat::kStringArray,

@@ -86,9 +86,9 @@ constexpr ParameterDesc kValues_eglCreateSyncKHR[] = {{"dpy", &kDisplay}, {"type
 constexpr ParameterDesc kValues_eglDestroySyncKHR[] = {{"dpy", &kDisplay}, {"sync", &kSync},
     {"result", &kBool}};
 constexpr ParameterDesc kValues_eglClientWaitSyncKHR[] = {{"dpy", &kDisplay}, {"sync", &kSync},
-    {"flags", &kIntBits_EGLSyncFlags}, {"timeout", &kU64}, {"result", &kEnumInt}};
+    {"flags", &kIntBitsEGLSyncFlags}, {"timeout", &kU64}, {"result", &kEnumInt}};
 constexpr ParameterDesc kValues_eglWaitSyncKHR[] = {{"dpy", &kDisplay}, {"sync", &kSync},
-    {"flags", &kIntBits_EGLSyncFlags}, {"result", &kInt}};
+    {"flags", &kIntBitsEGLSyncFlags}, {"result", &kInt}};
 constexpr ParameterDesc kValues_eglSignalSyncKHR[] = {{"dpy", &kDisplay}, {"sync", &kSync},
     {"mode", &kEnum}, {"result", &kBool}};
 constexpr ParameterDesc kValues_eglGetSyncAttribKHR[] = {{"dpy", &kDisplay}, {"sync", &kSync},

@@ -37,7 +37,7 @@ constexpr ParameterDesc kValues_glBufferSubData[] = {{"target", &kEnum}, {"offse
     {"size", &kSizeptr}, {"data", &kBytes}};
 constexpr ParameterDesc kValues_glCheckFramebufferStatus[] = {{"target", &kEnum},
     {"result", &kEnum}};
-constexpr ParameterDesc kValues_glClear[] = {{"mask", &kBits_ClearBufferMask}};
+constexpr ParameterDesc kValues_glClear[] = {{"mask", &kBitsClearBufferMask}};
 constexpr ParameterDesc kValues_glClearDepthf[] = {{"d", &kFloat}};
 constexpr ParameterDesc kValues_glClearStencil[] = {{"s", &kInt}};
 constexpr ParameterDesc kValues_glColorMask[] = {{"red", &kBool}, {"green", &kBool},
@@ -223,13 +223,13 @@ constexpr ParameterDesc kValues_glGetBufferPointerv[] = {{"target", &kEnum}, {"p
 constexpr ParameterDesc kValues_glDrawBuffers[] = {{"n", &kSizei}, {"bufs", &kEnumArray}};
 constexpr ParameterDesc kValues_glBlitFramebuffer[] = {{"srcX0", &kInt}, {"srcY0", &kInt},
     {"srcX1", &kInt}, {"srcY1", &kInt}, {"dstX0", &kInt}, {"dstY0", &kInt}, {"dstX1", &kInt},
-    {"dstY1", &kInt}, {"mask", &kBits_ClearBufferMask}, {"filter", &kEnum}};
+    {"dstY1", &kInt}, {"mask", &kBitsClearBufferMask}, {"filter", &kEnum}};
 constexpr ParameterDesc kValues_glRenderbufferStorageMultisample[] = {{"target", &kEnum},
     {"samples", &kSizei}, {"internalformat", &kEnum}, {"width", &kSizei}, {"height", &kSizei}};
 constexpr ParameterDesc kValues_glFramebufferTextureLayer[] = {{"target", &kEnum},
     {"attachment", &kEnum}, {"texture", &kTexture}, {"level", &kInt}, {"layer", &kInt}};
 constexpr ParameterDesc kValues_glMapBufferRange[] = {{"target", &kEnum}, {"offset", &kIntptr},
-    {"length", &kSizeptr}, {"access", &kBits_MapBufferAccessMask}, {"result", &kBytes}};
+    {"length", &kSizeptr}, {"access", &kBitsMapBufferAccessMask}, {"result", &kBytes}};
 constexpr ParameterDesc kValues_glFlushMappedBufferRange[] = {{"target", &kEnum},
     {"offset", &kIntptr}, {"length", &kSizeptr}};
 constexpr ParameterDesc kValues_glBindVertexArray[] = {{"array", &kVertexArray}};
@@ -306,7 +306,7 @@ constexpr ParameterDesc kValues_glFenceSync[] = {{"condition", &kEnum}, {"flags"
 constexpr ParameterDesc kValues_glIsSync[] = {{"sync", &kSync}, {"result", &kBool}};
 constexpr ParameterDesc kValues_glDeleteSync[] = {{"sync", &kSync}};
 constexpr ParameterDesc kValues_glClientWaitSync[] = {{"sync", &kSync},
-    {"flags", &kBits_SyncObjectMask}, {"timeout", &kU64}, {"result", &kEnum}};
+    {"flags", &kBitsSyncObjectMask}, {"timeout", &kU64}, {"result", &kEnum}};
 constexpr ParameterDesc kValues_glWaitSync[] = {{"sync", &kSync}, {"flags", &kHex},
     {"timeout", &kU64}};
 constexpr ParameterDesc kValues_glGetInteger64v[] = {{"pname", &kEnum}, {"data", &kI64Array}};
@@ -374,7 +374,7 @@ constexpr ParameterDesc kValues_glGetProgramResourceiv[] = {{"program", &kProgra
 constexpr ParameterDesc kValues_glGetProgramResourceLocation[] = {{"program", &kProgram},
     {"programInterface", &kEnum}, {"name", &kString}, {"result", &kLocation}};
 constexpr ParameterDesc kValues_glUseProgramStages[] = {{"pipeline", &kPipeline},
-    {"stages", &kBits_UseProgramStageMask}, {"program", &kProgram}};
+    {"stages", &kBitsUseProgramStageMask}, {"program", &kProgram}};
 constexpr ParameterDesc kValues_glActiveShaderProgram[] = {{"pipeline", &kPipeline},
     {"program", &kProgram}};
 constexpr ParameterDesc kValues_glCreateShaderProgramv[] = {{"type", &kEnum}, {"count", &kSizei},
@@ -425,7 +425,7 @@ constexpr ParameterDesc kValues_glGetActiveAtomicCounterBufferiv[] = {{"program"
 constexpr ParameterDesc kValues_glBindImageTexture[] = {{"unit", &kUint}, {"texture", &kTexture},
     {"level", &kInt}, {"layered", &kBool}, {"layer", &kInt}, {"access", &kEnum},
     {"format", &kEnum}};
-constexpr ParameterDesc kValues_glMemoryBarrier[] = {{"barriers", &kBits_MemoryBarrierMask}};
+constexpr ParameterDesc kValues_glMemoryBarrier[] = {{"barriers", &kBitsMemoryBarrierMask}};
 constexpr ParameterDesc kValues_glTexStorage2DMultisample[] = {{"target", &kEnum},
     {"samples", &kSizei}, {"internalformat", &kEnum}, {"width", &kSizei}, {"height", &kSizei},
     {"fixedsamplelocations", &kBool}};
@@ -590,7 +590,7 @@ constexpr ParameterDesc kValues_glFramebufferTextureMultisampleMultiviewOVR[] = 
     {"attachment", &kEnum}, {"texture", &kTexture}, {"level", &kInt}, {"samples", &kSizei},
     {"baseViewIndex", &kInt}, {"numViews", &kSizei}};
 constexpr ParameterDesc kValues_glBufferStorageEXT[] = {{"target", &kEnum}, {"size", &kSizeptr},
-    {"data", &kBytes}, {"flags", &kBits_BufferStorageMask}};
+    {"data", &kBytes}, {"flags", &kBitsBufferStorageMask}};
 constexpr ParameterDesc kValues_glGetnUniformuiv[] = {{"program", &kProgram},
     {"location", &kLocation}, {"bufSize", &kSizei}, {"params", &kUintArray}};
 constexpr ParameterDesc kValues_glNumBinsPerSubmitKVRA[] = {{"numBins", &kUint},
@@ -609,7 +609,7 @@ constexpr ParameterDesc kValues_glFramebufferFoveationParametersKVRA[] = {{"fram
     {"gainX", &kFloat}, {"gainY", &kFloat}, {"foveaArea", &kFloat}};
 constexpr ParameterDesc kValues_glBufferStorageExternalEXT[] = {{"target", &kEnum},
     {"offset", &kIntptr}, {"size", &kSizeptr}, {"clientBuffer", &kEglClientBuffer},
-    {"flags", &kBits_BufferStorageMask}};
+    {"flags", &kBitsBufferStorageMask}};
 constexpr ParameterDesc kValues_glCreateMemoryObjectsEXT[] = {{"n", &kSizei},
     {"memoryObjects", &kUintArray}};
 constexpr ParameterDesc kValues_glIsMemoryObjectEXT[] = {{"memoryObject", &kMemory},

@@ -28,16 +28,16 @@ struct CallValue {
     const uint8_t* bytes;        ///< may be null
   };
 
-  // NOLINTBEGIN(google-explicit-constructor,hicpp-explicit-conversions): values are listed as they
-  // are
+  // Implicit, so that values can be listed as they are; the union has one member at a time.
+  // NOLINTBEGIN(google-explicit-constructor,cppcoreguidelines-pro-type-member-init)
   CallValue(uint32_t value) noexcept : type(ValueType::kUint32), u32(value) {}
   CallValue(int32_t value) noexcept : type(ValueType::kInt32), i32(value) {}
   CallValue(float value) noexcept : type(ValueType::kFloat), f32(value) {}
   CallValue(uint64_t value) noexcept : type(ValueType::kUint64), u64(value) {}
   CallValue(const PointerData* value) noexcept : type(ValueType::kPointer), pointer(value) {}
-  // NOLINTEND(google-explicit-constructor,hicpp-explicit-conversions)
   CallValue(const uint8_t* value, uint32_t count) noexcept
       : type(ValueType::kBytes), byteCount(count), bytes(value) {}
+  // NOLINTEND(google-explicit-constructor,cppcoreguidelines-pro-type-member-init)
 };
 
 /// Receives every EGL and OpenGL ES call as its description and an array of tagged values.

@@ -198,7 +198,7 @@ void CanonicalPrinter::Field(const MetaField& field) {
         if (i != 0) {
           out_.Char(' ');
         }
-        uint32_t number;
+        uint32_t number = 0;
         std::memcpy(&number, &field.bytes[i], sizeof(number));
         out_.Number(number);
       }

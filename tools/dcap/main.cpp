@@ -1,5 +1,6 @@
 // dcap: reads DCAP captures of EGL and OpenGL ES calls.
 #include <cstdio>
+#include <exception>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -8,7 +9,9 @@
 #include "Command.h"
 #include "ToolLog.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int Run(int argc, char** argv) {
   CLI::App app("Reads DCAP captures of EGL and OpenGL ES calls.", "dcap");
   app.require_subcommand(1);
   app.set_version_flag("--version", "dcap " DCAP_VERSION);
@@ -28,4 +31,15 @@ int main(int argc, char** argv) {
     return code == 0 ? kExitOk : kExitUsage;
   }
   return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const std::exception& exception) {
+    std::fprintf(stderr, "dcap: %s\n", exception.what());
+    return kExitFailure;
+  }
 }
