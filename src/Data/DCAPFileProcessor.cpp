@@ -168,10 +168,6 @@ unsigned long DCAPFileProcessor::CheckedRead(void* buffer, unsigned long size,
 // has been processed, nobody outside can tell it from reading piece by piece; the texts of failures
 // follow from how many bytes of a piece the stream still had.
 
-inline unsigned long DCAPFileProcessor::Ahead() const {
-  return static_cast<unsigned long>(windowEnd_ - windowCursor_);
-}
-
 // Processes `size` bytes of the block, which the window can hold, and returns them.
 inline const unsigned char* DCAPFileProcessor::Take(unsigned long size,
                                                     const std::string& message) {

@@ -71,6 +71,10 @@ class DCAPKIT_API DCAPFileProcessor {
   /// when that is 0 (unfinished capture), by the reader. True before `Initialize`.
   [[nodiscard]] bool AtEof() const;
 
+  /// Bytes of the capture processed so far: after a failure, where in the stream it was noticed.
+  /// The reader may stand further on, since blocks are read ahead.
+  [[nodiscard]] uint64_t Position() const { return position_ - Ahead(); }
+
   // The texts of the exceptions, `what()`.
   static const std::string InvalidReaderMsg;
   static const std::string FileHeaderFailMsg;
@@ -101,7 +105,9 @@ class DCAPKIT_API DCAPFileProcessor {
   [[nodiscard]] bool FilterDropsThread() const;
 
   // The read-ahead window; see the source.
-  [[nodiscard]] unsigned long Ahead() const;
+  [[nodiscard]] unsigned long Ahead() const {
+    return static_cast<unsigned long>(windowEnd_ - windowCursor_);
+  }
   const unsigned char* Take(unsigned long size, const std::string& message);
   const unsigned char* TakeBody(const SubBlockHeader& subHeader, unsigned int descSize);
   void Fill(unsigned long size, const std::string& message);
