@@ -1,0 +1,47 @@
+"""What the README and the documents show is what one gets."""
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from harness import SOURCE, TOOL, dcap, main
+
+
+def blocks(document, language):
+    return re.findall(rf"^```{language}\n(.*?)^```$", (SOURCE / document).read_text(), re.S | re.M)
+
+
+class Documents(unittest.TestCase):
+    def test_the_readme_shows_the_example_program_as_it_is(self):
+        self.assertEqual(blocks("README.md", "cpp"),
+                         [(SOURCE / "examples/draws_per_frame.cpp").read_text()])
+
+    @unittest.skipIf(os.environ.get("DCAPKIT_TEST_KIND"), "programs link with the plain build only")
+    def test_commands_in_the_readme_print_what_it_shows(self):
+        build = Path(TOOL).parents[1]
+        with tempfile.TemporaryDirectory() as folder:
+            for block in blocks("README.md", "console"):
+                shown = [line for line in block.splitlines() if not line.startswith("$ ")]
+                script = "\n".join(line[2:] for line in block.splitlines() if line.startswith("$ "))
+                script = script.replace("build/draws", folder + "/draws").replace("build/", f"{build}/")
+                done = subprocess.run(["bash", "-ec", script], cwd=SOURCE, capture_output=True,
+                                      text=True, check=True)
+                self.assertEqual(done.stdout.splitlines(), shown)
+
+    def test_the_hex_example_of_the_format_is_the_capture_it_describes(self):
+        lines = re.findall(r"^    [0-9a-f]{8}: ((?:[0-9a-f]{2,4} )+)",
+                           (SOURCE / "docs/format.md").read_text(), re.M)
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "example.dcap")
+            Path(path).write_bytes(bytes.fromhex("".join(lines)))
+            self.assertEqual(dcap("dump", path).decode().splitlines(),
+                             ["# DCAP 1.2, 1 frames, 82 bytes",
+                              "# frame 1, number 1, 44 bytes",
+                              "4101 glBindBuffer(target=GL_ARRAY_BUFFER, buffer=3)",
+                              "4101 glFinish()"])
+
+
+if __name__ == "__main__":
+    main()
