@@ -12,6 +12,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
@@ -107,9 +108,9 @@ class CaptureFileUtilTest : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  const std::string path = testing::TempDir() +
-                           testing::UnitTest::GetInstance()->current_test_info()->name() +
-                           "%s.dcap";
+  // A name of its own for each process; the sign is for those who would print it.
+  const std::string path =
+      testing::TempDir() + "CaptureFileUtilTest" + std::to_string(getpid()) + "%s.dcap";
   LogCollector log;
   CaptureBuilder capture;
 };
