@@ -12,31 +12,19 @@
 #include "Core/Log.h"
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
+#include "Data/CaptureFileTexts.h"
 #include "Util/String.h"
 
 namespace Data {
 
+using namespace CaptureFileTexts;
 using Core::Log;
 
 namespace {
 
 constexpr char kUnit[] = "src/Data/CaptureFileUtil";
 
-constexpr char kInvalidReader[] = "Cannot read capture file. The data reader is invalid.";
-constexpr char kHeaderUnreadable[] =
-    "Could not read capture file header. The file may be invalid or corrupt.";
-constexpr char kNotACapture[] =
-    "The specified file is not a valid capture file. FourCC does not match DCAP.";
 constexpr char kSeekFailed[] = "File seek failed.  Could not determine if file is finalized.";
-constexpr char kBlockHeaderUnreadable[] =
-    "Could not read block header. The file may be invalid or corrupt.";
-constexpr char kInvalidWriter[] = "Cannot finalize capture file. The data writer is invalid.";
-constexpr char kFrameCountUnwritten[] =
-    "Cannot finalize capture file. The frame count could not be written to file.";
-constexpr char kTrailerUnwritten[] =
-    "Cannot finalize capture file. The final frame trailer could not be written to file.";
-constexpr char kFrameSizeUnwritten[] =
-    "Cannot finalize capture file. The final frame size could not be written to file.";
 
 FileHeader ReadHeader(Core::DataReader* reader) {
   if (reader == nullptr || !reader->IsValid()) throw Core::BasicException(kInvalidReader);

@@ -6,8 +6,37 @@
 #include <string>
 
 #include "Core/DataReader.h"
+#include "Data/CaptureRecovery.h"
 
 #include "Events.h"
+
+/// A capture file, opened for reading. One that is unfinished or cut reads as if it were finished.
+class Capture {
+ public:
+  /// Throws `Core::BasicException` when there is no capture to read.
+  explicit Capture(const std::string& path);
+
+  /// The capture from its start. `Size()` is that of the finished capture; 0 for a pipe, whose
+  /// state is not known.
+  [[nodiscard]] const std::shared_ptr<Core::DataReader>& Reader() const { return reader_; }
+
+  /// What the file lacks. All zero for a pipe.
+  [[nodiscard]] const Data::CaptureRecovery& Recovery() const { return recovery_; }
+
+  /// Says in a line on stderr what was missing, if anything was.
+  void ReportState() const;
+
+  /// `kExitOk`, or `kExitIncomplete` when recorded bytes are not there.
+  [[nodiscard]] int Status() const;
+
+ private:
+  std::string path_;
+  std::shared_ptr<Core::DataReader> reader_;
+  Data::CaptureRecovery recovery_;
+};
+
+/// What is missing or left out of a capture, in words; empty when nothing is.
+std::string DescribeState(const Data::CaptureRecovery& recovery);
 
 /// Walks the capture at `path` and hands its events to `handler`. What ends the walk early is
 /// reported on stderr with the file, the byte offset, the frame and the cause. Returns an
