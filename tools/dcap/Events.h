@@ -44,6 +44,10 @@ class EventConsumer final : public Data::DCAPConsumer,
                             private MetaFlattener {
  public:
   explicit EventConsumer(EventHandler* handler);
+  /// Frees what a draw call left behind that an exception cut short; the decoder itself does not.
+  ~EventConsumer() override { glDecoder_.DestroyVertexAttribArrayData(); }
+  EventConsumer(const EventConsumer&) = delete;
+  EventConsumer& operator=(const EventConsumer&) = delete;
 
   void ProcessFileStart(const Data::FileHeader& header) override;
   void ProcessFileEnd() override {}
