@@ -96,7 +96,7 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
     uint8_t* buffer = nullptr;
     if (dataLength != 0) {
       const uint64_t left = position < size ? size - position : 0;
-      unbacked += dataOffset + (dataLength <= left ? 0 : dataLength);
+      unbacked += uint64_t{dataOffset} + (dataLength <= left ? 0 : dataLength);
       RequireUnbackedSize(unbacked);
       // Listed before it is filled, so that it is freed whatever happens; room for the entry first,
       // so that listing cannot fail.
