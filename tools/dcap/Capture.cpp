@@ -101,8 +101,8 @@ std::string DescribeState(const Data::CaptureRecovery& recovery) {
   return text;
 }
 
-int WalkCapture(const std::string& path, EventHandler* handler) {
-  EventConsumer consumer(handler);
+int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection) {
+  EventConsumer consumer(handler, &selection);
   std::shared_ptr<Core::DataReader> reader;
   try {
     const Capture capture(path);
@@ -110,7 +110,7 @@ int WalkCapture(const std::string& path, EventHandler* handler) {
     reader = capture.Reader();
     Data::DCAPFileProcessor processor;
     processor.Initialize(&consumer, reader, reader->Size());
-    while (processor.ProcessNextBlock()) {
+    while (processor.ProcessNextBlock() && !consumer.IsFinished()) {
     }
     return capture.Status();
   } catch (const std::bad_alloc&) {

@@ -38,9 +38,10 @@ class Capture {
 /// What is missing or left out of a capture, in words; empty when nothing is.
 std::string DescribeState(const Data::CaptureRecovery& recovery);
 
-/// Walks the capture at `path` and hands its events to `handler`. What ends the walk early is
-/// reported on stderr with the file, the byte offset, the frame and the cause. Returns an
-/// `ExitStatus`; events up to the failure have been handled.
-int WalkCapture(const std::string& path, EventHandler* handler);
+/// Walks the capture at `path` and hands what is selected of it to `handler`, ending after the last
+/// selected frame. What ends the walk early is reported on stderr with the file, the byte offset,
+/// the frame and the cause. Returns an `ExitStatus`; events up to the failure have been handled.
+int WalkCapture(const std::string& path, EventHandler* handler,
+                const Selection& selection = Selection::Everything());
 
 #endif  // DCAP_CAPTURE_H

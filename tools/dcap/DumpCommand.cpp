@@ -15,13 +15,14 @@ namespace {
 struct Options {
   std::string file;
   std::string format = "text";
+  Selection selection;
 };
 
 int Dump(const Options& options) {
   StandardOutput output;
   const std::unique_ptr<Printer> printer = MakePrinter(options.format, &output);
   try {
-    const int status = WalkCapture(options.file, printer.get());
+    const int status = WalkCapture(options.file, printer.get(), options.selection);
     printer->Flush();
     return status;
   } catch (const OutputError& error) {
@@ -45,5 +46,6 @@ void AddDumpCommand(CLI::App& app, int* status) {
   command->add_option("--format", options->format, "text for people, canonical for comparing")
       ->check(CLI::IsMember({"text", "canonical"}))
       ->capture_default_str();
+  AddSelectionOptions(command, &options->selection);
   command->callback([options, status] { *status = Dump(*options); });
 }

@@ -2,7 +2,8 @@
 
 #include <stdexcept>
 
-EventConsumer::EventConsumer(EventHandler* handler) : handler_(handler) {
+EventConsumer::EventConsumer(EventHandler* handler, const Selection* selection)
+    : handler_(handler), selection_(selection), everyThreadIsSelected_(selection->threads.IsAll()) {
   eglDecoder_.AddAdapter(AsEGLAdapter());
   glDecoder_.AddAdapter(AsGLAdapter());
   metaDecoder_.AddHandler(this);
@@ -18,15 +19,26 @@ void EventConsumer::ProcessFrameNumber(unsigned int frameNumber) {
   context_.frameOrdinal += context_.setUp ? 0 : 1;
   context_.blockNumber = frameNumber;
   nextIndex_ = 0;
-  handler_->Block(context_, blockHeader_);
+  blockIsSelected_ = selection_->SelectsFrame(context_.frameOrdinal);
+  if (blockIsSelected_) {
+    handler_->Block(context_, blockHeader_);
+  }
+}
+
+// Whether frame and thread are selected.
+inline bool EventConsumer::EnterSubBlock(const Data::SubBlockHeader& header) {
+  context_.threadId = header.threadId;
+  context_.callIndex = nextIndex_++;
+  return blockIsSelected_ && (everyThreadIsSelected_ || selection_->SelectsThread(header.threadId));
 }
 
 void EventConsumer::ProcessFunctionCall(const Data::SubBlockHeader& header,
                                         const Data::FunctionCallDesc& desc,
                                         const unsigned char* data, unsigned int size) {
-  context_.threadId = header.threadId;
-  context_.callIndex = nextIndex_++;
   const auto id = static_cast<Data::ApiCallType>(desc.callId);
+  if (!EnterSubBlock(header) || !selection_->SelectsCall(id)) {
+    return;
+  }
   if (glDecoder_.SupportsId(id)) {
     glDecoder_.ProcessFunctionCall(id, data, size);
   } else if (eglDecoder_.SupportsId(id)) {
@@ -37,8 +49,9 @@ void EventConsumer::ProcessFunctionCall(const Data::SubBlockHeader& header,
 void EventConsumer::ProcessMetadata(const Data::SubBlockHeader& header,
                                     const Data::MetadataDesc& desc, const unsigned char* data,
                                     unsigned int size) {
-  context_.threadId = header.threadId;
-  context_.callIndex = nextIndex_++;
+  if (!EnterSubBlock(header) || !selection_->SelectsMetadata(desc.type, desc.subtype)) {
+    return;
+  }
   try {
     metaDecoder_.ProcessMetadata(desc.type, desc.subtype, data, size);
   } catch (const std::logic_error&) {

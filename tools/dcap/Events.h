@@ -12,6 +12,7 @@
 #include "Data/MetaDecoder.h"
 
 #include "MetaRecord.h"
+#include "Selection.h"
 
 /// Where in the capture an event stands.
 struct EventContext {
@@ -38,12 +39,14 @@ class EventHandler {
   virtual void Metadata(const EventContext& /*context*/, const MetaRecord& /*record*/) {}
 };
 
-/// Decodes what a processor reads and hands it to an `EventHandler`, which it borrows.
+/// Decodes what is selected of what a processor reads and hands it to an `EventHandler`. Handler
+/// and selection are borrowed. Nothing else is decoded, and logs nothing.
 class EventConsumer final : public Data::DCAPConsumer,
                             private Data::GenericAdapter,
                             private MetaFlattener {
  public:
-  explicit EventConsumer(EventHandler* handler);
+  explicit EventConsumer(EventHandler* handler,
+                         const Selection* selection = &Selection::Everything());
   /// Frees what a draw call left behind that an exception cut short; the decoder itself does not.
   ~EventConsumer() override { glDecoder_.DestroyVertexAttribArrayData(); }
   EventConsumer(const EventConsumer&) = delete;
@@ -63,8 +66,14 @@ class EventConsumer final : public Data::DCAPConsumer,
                        const unsigned char* data, unsigned int size) override;
 
   [[nodiscard]] const EventContext& Context() const { return context_; }
+  /// Between two blocks: nothing that follows is selected.
+  [[nodiscard]] bool IsFinished() const {
+    return context_.frameOrdinal != 0 && context_.frameOrdinal >= selection_->LastFrame();
+  }
 
  private:
+  bool EnterSubBlock(const Data::SubBlockHeader& header);
+
   void ProcessCall(const Data::CallDesc& call, std::span<const Data::CallValue> values) override {
     handler_->Call(context_, call, values);
   }
@@ -75,8 +84,11 @@ class EventConsumer final : public Data::DCAPConsumer,
   void Record(const MetaRecord& record) override { handler_->Metadata(context_, record); }
 
   EventHandler* handler_;
+  const Selection* selection_;
   EventContext context_;
   uint32_t nextIndex_ = 0;
+  bool blockIsSelected_ = false;
+  bool everyThreadIsSelected_;
   Data::BlockHeader blockHeader_ = {};
   Data::EGLDecoder eglDecoder_;
   Data::GLDecoder glDecoder_;

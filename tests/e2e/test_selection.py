@@ -1,0 +1,106 @@
+"""Selections: what is listed is what a filter of the whole listing keeps."""
+import fnmatch
+import re
+import unittest
+
+from harness import CAPTURES, SAMPLE, SOURCE, captures, dcap, main, run
+
+CLIENT_DATA = ("VertexAttrib", "FlushMapped", "UnmapBufferData")
+
+
+def events(lines):
+    """(frame, thread, name, line) of every call and record of a listing. Client data bears the name
+    of the call that follows: it is listed with that call."""
+    frame, pending = 0, []
+    for line in lines:
+        if line.startswith("#"):
+            found = re.match(r"# frame (\d+)", line)
+            frame = int(found[1]) if found else frame
+            continue
+        thread, rest = line.split(" ", 1)
+        pending.append((thread, line))
+        name = rest.split("(", 1)[0]
+        if not name.startswith(CLIENT_DATA):
+            yield from ((frame, thread, name, kept) for thread, kept in pending)
+            pending = []
+
+
+def listed(path, *options):
+    return dcap("dump", path, *options).decode().splitlines()
+
+
+def bare(lines):
+    return [line for line in lines if not line.startswith("#")]
+
+
+class Selections(unittest.TestCase):
+    def check(self, options, keep):
+        """The listing with `options` has the events for which `keep(frame, thread, name)`."""
+        kept = 0
+        for name, path in {**captures(), "sample": SAMPLE}.items():
+            with self.subTest(name, options=options):
+                expected = [line for *key, line in events(listed(path)) if keep(*key)]
+                self.assertEqual(bare(listed(path, *options)), expected)
+                kept += len(expected)
+        self.assertGreater(kept, 0)
+
+    def test_frames_are_intervals_of_ordinals(self):
+        self.check(["--frames", "2"], lambda frame, *_: frame == 2)
+        self.check(["--frames", "3-4,2-3,8-"], lambda frame, *_: frame in (2, 3, 4) or frame >= 8)
+        self.check(["--frames", "1", "--frames", "3"], lambda frame, *_: frame in (1, 3))
+
+    def test_only_selected_frames_are_announced(self):
+        headings = [line for line in listed(SAMPLE, "--frames", "2-3") if line.startswith("# frame")]
+        self.assertEqual([line.split(",")[0] for line in headings], ["# frame 2", "# frame 3"])
+
+    @unittest.skipUnless(captures(), "no captures here")
+    def test_set_up_calls_are_frame_0_and_there_unless_left_out(self):
+        path = CAPTURES / "features-setup-block.dcap"
+        whole, setUp, frames = (listed(path, *options) for options in
+                                ((), ("--frames", "0"), ("--frames", "1-")))
+        self.assertIn("# set-up block 0, 1047 bytes", setUp)
+        self.assertEqual(setUp + frames[1:], whole)
+
+    def test_threads_are_recorded_ids(self):
+        self.check(["--threads", "4102"], lambda frame, thread, name: thread == "4102")
+        self.check(["--threads", "1-2"], lambda frame, thread, name: thread in ("1", "2"))
+        self.check(["--threads", "0"], lambda frame, thread, name: thread in ("0", "-"))
+
+    def test_calls_match_patterns_without_exclusions(self):
+        def named(*globs):
+            return lambda _, __, name: any(fnmatch.fnmatchcase(name, glob) for glob in globs)
+        self.check(["--calls", "glDraw*,eglSwapBuffers"], named("glDraw*", "eglSwapBuffers"))
+        self.check(["--calls", "!glGet?rror,gl*"],
+                   lambda _, __, name: name.startswith("gl") and name != "glGetError")
+        self.check(["--calls", "!gl*"], lambda _, __, name: not name.startswith("gl"))
+        self.check(["--calls", "meta.*"], named("meta.*"))
+
+    def test_options_narrow_together(self):
+        self.check(["--frames", "2-", "--class", "draw,present", "--calls", "!glDrawArrays"],
+                   lambda frame, _, name: frame >= 2 and name != "glDrawArrays" and
+                   re.match("gl(Multi)?Draw(Range|Arrays|Elements)|eglSwapBuffers", name))
+
+    def test_every_call_is_of_exactly_one_class(self):
+        classes = re.findall(r"^\| `(\w+)` \|", (SOURCE / "docs/selection.md").read_text(), re.M)
+        for name, path in {**captures(), "sample": SAMPLE}.items():
+            with self.subTest(name):
+                parts = [line for one in classes for line in bare(listed(path, "--class", one))]
+                self.assertEqual(sorted(parts),
+                                 sorted(bare(listed(path, "--calls", "!meta.*"))))
+
+    def test_mistakes_are_quoted(self):
+        for option, value, quoted in (
+                ("--frames", "1,,2", "'1,,2' has an empty part"),
+                ("--frames", "1,20-10", "'20-10' ends before it begins"),
+                ("--frames", "1,2x", "'2x' is neither"),
+                ("--frames", "4294967296", "'4294967296' is beyond"),
+                ("--threads", "main", "'main' is neither"),
+                ("--calls", "glDraw*,glDrawArray", "'glDrawArray' matches no call"),
+                ("--class", "draw,drow", "'drow' is no class")):
+            with self.subTest(value):
+                error = run("dump", SAMPLE, option, value, status=2).stderr.decode()
+                self.assertIn(f"{option}: {quoted}", error)
+
+
+if __name__ == "__main__":
+    main()
