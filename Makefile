@@ -39,6 +39,31 @@ test:  ## the gate: both compilers, every check and every test
 	cmake --build build-asan
 	ctest --preset test --parallel $(JOBS)
 
+.PHONY: test-aarch64
+test-aarch64:  ## cross-build for 64-bit ARM and run the tests under qemu
+	$(packages) build test aarch64
+	cmake --preset aarch64
+	cmake --build build-aarch64
+	ctest --preset aarch64 --parallel $(JOBS)
+
+.PHONY: coverage
+coverage:  ## print which lines and branches of src/ and tools/ the tests reach
+	$(packages) build test coverage
+	cmake --preset coverage
+	cmake --build build-coverage
+	find build-coverage -name '*.gcda' -delete
+	ctest --preset coverage --parallel $(JOBS)
+	gcovr --root . --filter src/ --filter tools/ --exclude-throw-branches --branches \
+	  --html-details build-coverage/report.html --print-summary build-coverage
+	gcovr --root . --filter src/ --filter tools/ build-coverage
+
+.PHONY: bench
+bench:  ## run the benchmarks
+	$(packages) build bench
+	cmake --preset bench
+	cmake --build build-bench
+	build-bench/bin/dcap_bench
+
 .PHONY: install
 install: all  ## install under PREFIX (/usr/local), below DESTDIR if that is set
 	cmake --install build --prefix $(PREFIX)

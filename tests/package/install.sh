@@ -1,0 +1,45 @@
+#!/usr/bin/env bash
+# Installs a build and uses it as a stranger would: install.sh BUILD-DIRECTORY shared|static
+. "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+build=$1
+kind=$2
+
+prefix=$work/prefix
+Quietly cmake --install "$build" --prefix "$prefix"
+# An installed tree may be moved.
+mv "$prefix" "$work/moved"
+prefix=$work/moved
+lib=$(dirname "$(find "$prefix" -name 'libdcapkit.*' | head -1)")
+
+# The tool's own count of the same calls is what the user's programs must find.
+sample=$source/examples/sample.dcap
+draws=$("$DCAP_TOOL" dump "$sample" | grep -c 'glDrawArrays(')
+
+# By CMake.
+Quietly cmake -S "$source/tests/package/consumer" -B "$work/consumer" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix"
+Quietly cmake --build "$work/consumer"
+ExpectEqual "draws by find_package" "$draws" "$("$work/consumer/consumer" "$sample")"
+
+# By pkg-config.
+export PKG_CONFIG_PATH=$lib/pkgconfig
+static=()
+[[ $kind == shared ]] || static=(--static)
+read -ra flags <<<"$(pkg-config "${static[@]}" --cflags --libs dcapkit)"
+g++ -std=c++20 "$source/tests/package/consumer/main.cpp" "${flags[@]}" -o "$work/by-pkg-config"
+ExpectEqual "draws by pkg-config" "$draws" \
+  "$(LD_LIBRARY_PATH=$lib "$work/by-pkg-config" "$sample")"
+
+if [[ $kind == static ]]; then
+  needed=$(objdump -p "$work/by-pkg-config" | grep NEEDED)
+  [[ $needed != *dcapkit* ]] || Fail "the static program still needs libdcapkit.so"
+  exit 0
+fi
+
+# The installed tool finds the library beside it, and each header stands alone.
+ExpectEqual "draws by the tool" "$draws" \
+  "$("$prefix/bin/dcap" dump "$sample" | grep -c 'glDrawArrays(')"
+find "$prefix/include/dcapkit" -name '*.h' | while read -r header; do
+  g++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ \
+    -I "$prefix/include/dcapkit" - <<<"#include \"$header\"" || Fail "$header alone"
+done
