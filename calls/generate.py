@@ -310,20 +310,22 @@ def EnumNames(table):
                    + FOOTER)
 
 
-def ForwarderHeader(table):
+def OverrideHeader(table, kind):
     lines = [Statement(f"void {call.name}", Arguments(call), " override;", 2) for call in table.calls]
-    return FromTemplate(table, f"{table.api}Forwarder.h", lines)
+    return FromTemplate(table, f"{table.api}{kind}.h", lines)
 
 
-def Forwarder(table, section):
-    text = Header(table, f"How the {table.api}Forwarder hands on the calls of section {section}.",
-                  [f'#include "Data/{table.api}Forwarder.h"'])
-    functions = []
+def Overrides(table, section, kind, operation, about):
+    """Operations that hand all their values, in payload order, to one `operation`."""
+    name, functions = f"{table.api}{kind}", []
+    text = Header(table, f"How the {name} {about} the calls of section {section}.",
+                  [f'#include "Data/{name}.h"'])
     for call in table.calls:
-        if call.section == section:
-            body = Statement("Forward", [f"ApiCallType::{call.name}"] + [v.name for v in Payload(call)],
-                             ";", 2)
-            functions.append(Function(f"void {table.api}Forwarder::{call.name}", Arguments(call), body))
+        if call.section == section and not (kind == "Encoder" and call.manual):
+            values = [f"Elements{{{v.name}, {v.type.element}}}"
+                      if kind == "Encoder" and v.type.element else v.name for v in Payload(call)]
+            body = Statement(operation, [f"ApiCallType::{call.name}"] + values, ";", 2)
+            functions.append(Function(f"void {name}::{call.name}", Arguments(call), body))
     return text + "\n".join(functions) + FOOTER
 
 
@@ -337,11 +339,15 @@ def Generate():
         files |= {f"{api}Adapter.h": Adapter(table), f"{api}Adapter.cpp": AdapterDefaults(table),
                   f"{api}Decoder.h": DecoderHeader(table), f"{api}Dispatch.cpp": Dispatch(table),
                   f"{api}CallDescriptions.cpp": Descriptions(table),
-                  f"{api}EnumNames.cpp": EnumNames(table), f"{api}Forwarder.h": ForwarderHeader(table)}
+                  f"{api}EnumNames.cpp": EnumNames(table),
+                  f"{api}Forwarder.h": OverrideHeader(table, "Forwarder"),
+                  f"{api}Encoder.h": OverrideHeader(table, "Encoder")}
         for section in dict.fromkeys(call.section for call in table.calls):
             suffix = "" if section == api else section
             files[f"{api}Handlers{suffix}.cpp"] = Handlers(table, section)
-            files[f"{api}Forwarder{suffix}.cpp"] = Forwarder(table, section)
+            files[f"{api}Forwarder{suffix}.cpp"] = Overrides(table, section, "Forwarder", "Forward",
+                                                             "hands on")
+            files[f"{api}Encoder{suffix}.cpp"] = Overrides(table, section, "Encoder", "Encode", "encodes")
     return files
 
 
