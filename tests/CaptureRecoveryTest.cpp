@@ -120,7 +120,7 @@ bool TryToFinish(Bytes* capture, uint64_t bytesGranted = UINT64_MAX) {
   FailingWriter writer;
   writer.bytes = std::move(*capture);
   writer.bytesGranted = bytesGranted;
-  if (recovery.storedSize > recovery.header.fileSize) writer.bytes.resize(recovery.keptSize);
+  if (recovery.leftOutSize != 0) writer.bytes.resize(recovery.keptSize);
   bool done = true;
   try {
     recovery.Finish(&writer);

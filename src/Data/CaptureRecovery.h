@@ -59,8 +59,8 @@ struct DCAPKIT_API CaptureRecovery {
   /// True when bytes are left out, or when the file itself says that more of them were recorded.
   [[nodiscard]] bool IsCut() const;
 
-  /// Finishes the file behind `writer` in place. The caller has shortened it to `keptSize` bytes if
-  /// it was longer than the finished capture.
+  /// Finishes the file behind `writer` in place. If anything is left out, the caller has shortened
+  /// the file to `keptSize` bytes before.
   ///
   /// Only fields that differ are written: the last block's size, the trailer, and the header at the
   /// very last. Wherever this is interrupted, be it inside a field, and whatever had been done by

@@ -1,5 +1,7 @@
 """Captures that a recorder left unfinished, or that lost their end."""
+import os
 import random
+import resource
 import tempfile
 import unittest
 from pathlib import Path
@@ -48,6 +50,85 @@ class Unfinished(unittest.TestCase):
             with self.subTest(path):
                 self.assertEqual(run("dump", path, status=1).stderr.decode(),
                                  f"dcap: {path}: {why}\n")
+
+    def unfinished(self):
+        """Leaves the sample as a recorder that died; returns the bytes of the sample."""
+        whole = SAMPLE.read_bytes()
+        last, position = 32, 32
+        while position < len(whole):
+            last = position
+            position += 6 + int.from_bytes(whole[position + 2:position + 6], "little")
+        self.file.write_bytes(whole[:20] + bytes(12) + whole[32:last + 2] + bytes(4) +
+                              whole[last + 6:-8])
+        return whole
+
+    @unittest.skipUnless(CAPTURES.is_dir(), "no captures here")
+    def test_finalising_a_real_one_gives_the_finished_one(self):
+        self.file.write_bytes((CAPTURES / "video-unfinished.dcap").read_bytes())
+        dcap("finalize", self.file)
+        self.assertEqual(self.file.read_bytes(), (CAPTURES / "video.dcap").read_bytes())
+
+    def test_a_dry_run_tells_what_finalising_does_and_writes_nothing(self):
+        whole = self.unfinished()
+        before = self.file.read_bytes()
+        told = dcap("finalize", "--dry-run", self.file)
+        self.assertIn(f"file size: 0 -> {len(whole)}\n".encode(), told)
+        self.assertEqual(self.file.read_bytes(), before)
+        self.assertEqual(dcap("finalize", self.file), told)
+        self.assertEqual(self.file.read_bytes(), whole)
+        self.assertEqual(dcap("finalize", self.file), f"{self.file}: finalised already\n".encode())
+
+    def test_finalising_a_cut_one_shortens_it(self):
+        whole = SAMPLE.read_bytes()
+        for size in random.Random(4).sample(range(33, len(whole) - 8), 20):
+            with self.subTest(size):
+                self.file.write_bytes(whole[:size])
+                listed = run("dump", self.file, status=3).stdout
+                run("finalize", self.file, status=3)
+                done = run("dump", self.file)
+                self.assertEqual((done.stdout, done.stderr), (listed, b""))
+
+    def test_a_copy_is_there_whole_or_not_at_all(self):
+        whole = self.unfinished()
+        before = self.file.read_bytes()
+        copy = self.file.with_name("copy.dcap")
+        self.run_with_full_disk("finalize", self.file, "-o", copy, limit=len(whole) - 1,
+                                message=f"dcap: Cannot write {copy}: File too large\n")
+        self.assertEqual(os.listdir(self.file.parent), [self.file.name])
+        dcap("finalize", self.file, "-o", copy)
+        self.assertEqual(copy.read_bytes(), whole)
+        self.assertEqual(self.file.read_bytes(), before)
+        self.assertEqual(len(os.listdir(self.file.parent)), 2)
+        failed = run("finalize", self.file, "-o", "/dev/full", status=1)
+        self.assertEqual(failed.stderr, b"dcap: Cannot write /dev/full: No space left on device\n")
+
+    def test_the_next_run_finishes_what_a_full_disk_stopped(self):
+        whole = self.unfinished()
+        self.run_with_full_disk(
+            "finalize", self.file, limit=len(whole) - 8,
+            message=f"dcap: {self.file}: Cannot finalize capture file. "
+            "The final frame trailer could not be written to file.\n")
+        dcap("finalize", self.file)
+        self.assertEqual(self.file.read_bytes(), whole)
+
+    @unittest.skipIf(os.geteuid() == 0, "nothing is read-only to the super-user")
+    def test_what_must_not_be_written_is_left_alone(self):
+        self.unfinished()
+        before = self.file.read_bytes()
+        self.file.chmod(0o444)
+        failed = run("finalize", self.file, status=1)
+        self.assertIn(b"Cannot finalize capture file. The data writer is invalid.", failed.stderr)
+        self.assertEqual(self.file.read_bytes(), before)
+        self.file.chmod(0)
+        failed = run("finalize", self.file, status=1)
+        self.assertIn(b"Cannot read capture file. The data reader is invalid. (Permission denied)",
+                      failed.stderr)
+
+    def run_with_full_disk(self, *arguments, limit, message):
+        """Runs the tool so that no file can grow beyond `limit` bytes."""
+        failed = run(*arguments, status=1, restore_signals=False,  # Python ignores SIGXFSZ
+                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+        self.assertEqual(failed.stderr.decode(), message)
 
 
 if __name__ == "__main__":

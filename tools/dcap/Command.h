@@ -19,10 +19,12 @@ enum ExitStatus : int {
 using AddCommand = void(CLI::App& app, int* status);
 
 AddCommand AddDumpCommand;
+AddCommand AddFinalizeCommand;
 
 /// All commands, in the order in which the help lists them.
 inline constexpr AddCommand* kCommands[] = {
     AddDumpCommand,
+    AddFinalizeCommand,
 };
 
 #endif  // DCAP_COMMAND_H
