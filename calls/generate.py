@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Makes the call-specific sources of the library from the call tables in this folder.
+"""Makes the call-specific sources of the library, and docs/calls.md, from the tables in this folder.
 
-    python3 calls/generate.py            write them to src/Data
+    python3 calls/generate.py            write them
     python3 calls/generate.py --check    compare; exit status 1 and a list of files when they differ
 """
 import re
@@ -329,11 +329,27 @@ def Overrides(table, section, kind, operation, about):
     return text + "\n".join(functions) + FOOTER
 
 
+def Reference(tables):
+    """The page that lists all calls for people."""
+    text = f"<!-- {GENERATED.format('egl.calls and gles.calls')} -->\n# All calls\n\n" + (
+        "Parameters stand in the order of the prototype, which is also that of the payload; a result follows\n"
+        "them. `calls/types` says how each type is stored, what it is when the payload lacks it, and how it is\n"
+        "shown. `dcap`'s `--class` selects by class.\n")
+    for table in tables:
+        text += f"\n## {table.api}\n\n| id | call | class |\n|---|---|---|\n"
+        for call in sorted(table.calls, key=lambda call: call.id):
+            signature = ", ".join(f"{v.name}: {v.type.name}" for v in call.parameters)
+            result = f" -> {call.result.type.name}" if call.result else ""
+            text += f"| 0x{call.id:04X} | `{call.name}({signature}){result}` | {call.cls} |\n"
+    return text
+
+
 def Generate():
     types = ReadTypes()
     tables = [ReadTable("EGL", "kEGL", "egl", 0x8000, 0x8042, types),
               ReadTable("GL", "kGLES", "gles", 0x9000, 0x9212, types)]
-    files = {"ApiCallType.h": Identifiers(tables), "CallTypes.h": CallTypes(tables)}
+    files = {"ApiCallType.h": Identifiers(tables), "CallTypes.h": CallTypes(tables),
+             "../../docs/calls.md": Reference(tables)}
     for table in tables:
         api = table.api
         files |= {f"{api}Adapter.h": Adapter(table), f"{api}Adapter.cpp": AdapterDefaults(table),
