@@ -46,8 +46,8 @@ namespace {
 
 constexpr char kUnit[] = "src/Data/DCAPFileProcessor";
 
-// Small enough to stay in the second-level cache between the copy in and the decoding.
-constexpr unsigned long kWindowSize = 64ul * 1024;
+// Small enough to stay in the first-level cache between the copy in and the decoding.
+constexpr unsigned long kWindowSize = 16ul * 1024;
 // Sub-blocks up to this size get their memory on the file's word, larger ones as bytes arrive.
 constexpr unsigned long kTrustedSize = 1024ul * 1024;
 
