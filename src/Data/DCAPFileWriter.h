@@ -54,9 +54,8 @@ struct DCAPKIT_API DCAPWriterOptions {
 /// A block is written with size 0 and gets its size when it ends; the header keeps frame count and
 /// file size 0 until `Close`. That is what an unfinished capture looks like: at every moment, the
 /// bytes that have reached the file are a capture that `CaptureFileUtil::EnsureFinalization`
-/// completes, and every frame that was ended is whole in it. One case is less clean: it counts the
-/// blocks behind the last frame, of type 2 or unknown types, as a tail of that frame, where reading
-/// stops after the frame's own calls.
+/// completes, and every frame that was ended is whole in it. docs/writing.md tells how it takes
+/// blocks of other types.
 ///
 /// Errors are thrown as `Core::BasicException` with one of the texts below. After `WriteFailMsg`
 /// the writer is done: everything but destruction throws it again. The other errors change nothing.

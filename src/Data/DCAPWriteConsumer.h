@@ -34,7 +34,8 @@ namespace Data {
 ///
 /// What the processor passes on is written as it comes: payloads that it decompressed are
 /// compressed again if the output is to be compressed. What it skips is lost: type-2 blocks that
-/// are not processed, and blocks and sub-blocks of unknown types.
+/// are not processed, and blocks and sub-blocks of unknown types. `DCAPBlockReader` shows those
+/// too.
 class DCAPKIT_API DCAPWriteConsumer : public DCAPConsumer {
  public:
   /// The capture is to be written to `output`, which must be empty, and to be like the one that is

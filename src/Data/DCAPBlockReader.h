@@ -1,0 +1,133 @@
+// Reads a capture as it lies: every block and sub-block, known or not.
+#ifndef DCAPKIT_DATA_DCAPBLOCKREADER_H
+#define DCAPKIT_DATA_DCAPBLOCKREADER_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "Core/DataReader.h"
+#include "Core/Export.h"
+#include "Data/ApiCallType.h"
+#include "Data/DCAPFormat.h"
+
+namespace Util {
+class Compressor;
+}
+
+namespace Data {
+
+/// A sub-block as it is stored. `body` is its description and its payload, perhaps compressed; it
+/// is borrowed from the reader until the reader's next operation.
+struct StoredSubBlock {
+  uint16_t type;  ///< `SubBlockType`, or any other value
+  uint32_t threadId;
+  const uint8_t* body;
+  uint32_t size;  ///< of `body`, in bytes
+
+  /// A function or method call, compressed or not.
+  [[nodiscard]] bool IsCall() const {
+    return type >= kSubBlockMethodCall && type <= kSubBlockCompressedFunctionCall;
+  }
+  [[nodiscard]] bool IsMethodCall() const {
+    return type == kSubBlockMethodCall || type == kSubBlockCompressedMethodCall;
+  }
+  [[nodiscard]] bool IsPacked() const {
+    return type == kSubBlockCompressedMethodCall || type == kSubBlockCompressedFunctionCall;
+  }
+};
+
+/// A call as consumers receive it. `payload` is borrowed like the body of a sub-block.
+struct StoredCall {
+  bool isMethod;
+  MethodCallDesc desc;  ///< of a function call, the identifier alone
+  const uint8_t* payload;
+  uint32_t size;
+};
+
+/// Walks a capture and hands out everything in it, for programs that copy, filter or measure what
+/// they need not understand. Where `DCAPFileProcessor` calls a consumer and skips what it does not
+/// know, this reader is asked for one piece after the other:
+///
+///     Data::DCAPBlockReader capture(std::make_shared<Core::StdioReader>(path));
+///     while (capture.NextBlock()) {
+///       Data::StoredSubBlock subBlock;
+///       while (capture.NextSubBlock(&subBlock)) bytesOfThread[subBlock.threadId] += subBlock.size;
+///     }
+///
+/// What is not asked for is skipped, whole blocks without being read. Errors are those of the
+/// processor, thrown as `Core::BasicException` with its texts; no operation but destruction may
+/// follow. As there, nothing is allocated on the word of the file alone. A capture that is
+/// unfinished or cut is read through a `RecoveredReader`.
+class DCAPKIT_API DCAPBlockReader {
+ public:
+  /// Reads the file header. Throws `DCAPFileProcessor::InvalidReaderMsg` (also for null),
+  /// `FileHeaderFailMsg`, `FourCCFailMsg`, `CompressionTypeFailMsg`.
+  explicit DCAPBlockReader(std::shared_ptr<Core::DataReader> reader);
+  DCAPBlockReader(const DCAPBlockReader&) = delete;
+  DCAPBlockReader& operator=(const DCAPBlockReader&) = delete;
+  ~DCAPBlockReader();
+
+  [[nodiscard]] const FileHeader& Header() const noexcept { return header_; }
+
+  /// Goes to the next block. False at the end of the capture, which the file size in the header
+  /// tells, or else the stream. Throws `BlockHeaderFailMsg`, and for a frame or a type-2 block
+  /// `BlockTrailerMissingMsg` and `FrameNumberFailMsg`.
+  bool NextBlock();
+
+  /// The header of the block at hand, as stored.
+  [[nodiscard]] const BlockHeader& Block() const noexcept { return block_; }
+  /// The block is a frame or of type 2: it has a number and sub-blocks.
+  [[nodiscard]] bool IsFramed() const noexcept {
+    return block_.type == kBlockFrame || block_.type == kBlockType2;
+  }
+  /// The sequence number of a frame or a type-2 block.
+  [[nodiscard]] uint32_t FrameNumber() const noexcept { return frameNumber_; }
+
+  /// Reads the next sub-block of a frame or a type-2 block. False at its end, and for other blocks.
+  /// Throws `SubBlockHeaderFailMsg`, `SubBlockDataFailMsg`, and at the end of the block
+  /// `BlockTrailerFailMsg` and `BlockTrailerMissingMsg`.
+  bool NextSubBlock(StoredSubBlock* subBlock);
+
+  /// Reads the next piece of the body of any other block. Empty at its end, which is the end of the
+  /// stream if that comes first.
+  std::span<const uint8_t> NextPiece();
+
+  /// The identifier of a call; none for other sub-blocks and for calls too short to have one.
+  [[nodiscard]] static std::optional<ApiCallType> CallId(const StoredSubBlock& subBlock);
+
+  /// Decompresses a call, which must be one. None for a compressed call that states a size of 0,
+  /// which readers drop. In a capture without compression and for an empty payload the bytes are
+  /// taken as they are. Throws `SubBlockDataFailMsg`, `DecompressFailMsg`.
+  std::optional<StoredCall> ReadCall(const StoredSubBlock& subBlock);
+
+ private:
+  [[nodiscard]] uint64_t Ahead() const noexcept { return end_ - cursor_; }
+  const uint8_t* Take(uint32_t size, const std::string& message);
+  void Fill(uint32_t size, const std::string& message);
+  void Reserve(uint64_t capacity);
+
+  std::shared_ptr<Core::DataReader> reader_;
+  std::unique_ptr<Util::Compressor> compressor_;
+  FileHeader header_{};
+  BlockHeader block_{};
+  uint32_t frameNumber_ = 0;
+  uint32_t remaining_ = 0;   // bytes of the block that are left for sub-blocks, or of a raw body
+  bool trailerDue_ = false;  // a trailer follows them that was not read yet
+  uint64_t nextBlock_ = sizeof(FileHeader);  // where the block behind the one at hand begins
+  uint64_t unfetched_ = 0;                   // bytes of the block that are still with the stream
+
+  // Bytes of the block that were fetched: buffer_ from cursor_ to end_.
+  std::unique_ptr<uint8_t[]> buffer_;
+  uint64_t capacity_ = 0;
+  uint64_t cursor_ = 0;
+  uint64_t end_ = 0;
+  std::unique_ptr<uint8_t[]> inflated_;
+  uint32_t inflatedCapacity_ = 0;
+};
+
+}  // namespace Data
+
+#endif  // DCAPKIT_DATA_DCAPBLOCKREADER_H

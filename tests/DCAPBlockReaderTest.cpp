@@ -1,0 +1,166 @@
+// The reader that shows everything: on captures of every make, and on damaged ones.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Core/Exceptions.h"
+#include "Core/MemoryReader.h"
+#include "Data/DCAPBlockReader.h"
+#include "Data/DCAPFileProcessor.h"
+#include "Data/DCAPFileWriter.h"
+
+#include "AllocationMeter.h"
+#include "CaptureBuilder.h"
+#include "MemoryWriter.h"
+#include "PayloadBuilder.h"
+#include "RandomCapture.h"
+
+namespace Data {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Copies everything that the reader shows, as it lies.
+std::vector<uint8_t> Copy(const std::vector<uint8_t>& capture) {
+  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(capture)));
+  auto memory = std::make_shared<MemoryWriter>();
+  DCAPFileWriter writer(memory, DCAPWriterOptions(reader.Header()));
+  StoredSubBlock subBlock{};
+  while (reader.NextBlock()) {
+    if (!reader.IsFramed()) {
+      writer.BeginRawBlock(reader.Block().type);
+      for (auto piece = reader.NextPiece(); !piece.empty(); piece = reader.NextPiece()) {
+        writer.WriteBytes(piece.data(), piece.size());
+      }
+    } else if (reader.Block().type == kBlockFrame) {
+      writer.BeginFrame(reader.FrameNumber());
+    } else {
+      writer.BeginType2Block(reader.FrameNumber());
+    }
+    while (reader.NextSubBlock(&subBlock)) {
+      writer.WriteSubBlock(subBlock.threadId, subBlock.type, subBlock.body, subBlock.size);
+    }
+  }
+  writer.Close();
+  return memory->bytes;
+}
+
+// What ends the reading of all calls of a capture; empty for a sound one.
+std::string Failure(const std::vector<uint8_t>& capture) {
+  try {
+    DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(capture)));
+    StoredSubBlock subBlock{};
+    while (reader.NextBlock()) {
+      while (reader.NextSubBlock(&subBlock)) {
+        if (subBlock.IsCall()) reader.ReadCall(subBlock);
+      }
+    }
+  } catch (const Core::BasicException& exception) {
+    return exception.what();
+  }
+  return "";
+}
+
+TEST(DCAPBlockReaderTest, ShowsEverythingThereIs) {
+  for (uint32_t seed = 0; seed < 500; ++seed) {
+    const std::vector<uint8_t> bytes = RandomCapture(seed).Finish();
+    ASSERT_EQ(Copy(bytes), bytes) << seed;
+  }
+}
+
+TEST(DCAPBlockReaderTest, ShowsWhatProcessorsSkip) {
+  CaptureBuilder capture;
+  capture.OtherBlock(7, "").FrameBlock(1).SubBlock(9, "unknown").Thread(3).SubBlock(0, "");
+  capture.Type2Block(5).SubBlock(6, "more").OtherBlock(1000, std::string(600000, 'x'));
+  capture.FrameBlock(2).CompressedCall(1, "stored").StoredCall(2, 0, "").SubBlock(3, "x");
+  EXPECT_EQ(Copy(capture.Finish()), capture.Finish());
+}
+
+TEST(DCAPBlockReaderTest, ReadsSubBlocksLargerThanItsWindow) {
+  CaptureBuilder capture;
+  capture.FrameBlock(1).Call(1, std::string(5000000, 'a')).Call(2, "small");
+  capture.Call(3, std::string(700000, 'b')).FrameBlock(2).Call(4, std::string(100, 'c'));
+  EXPECT_EQ(Copy(capture.Finish()), capture.Finish());
+}
+
+TEST(DCAPBlockReaderTest, SkipsWhatNobodyAsksFor) {
+  CaptureBuilder capture;
+  capture.FrameBlock(11).Call(1, "one").Call(2, "two").OtherBlock(9, "body").FrameBlock(12);
+  const std::vector<uint8_t> bytes = capture.Finish();
+  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  StoredSubBlock subBlock{};
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_TRUE(reader.NextSubBlock(&subBlock));
+  EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(1));
+  EXPECT_THAT(reader.NextPiece(), IsEmpty());
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_EQ(reader.FrameNumber(), 12u);
+  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+  EXPECT_FALSE(reader.NextBlock());
+  EXPECT_FALSE(reader.NextBlock());
+}
+
+TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
+  CaptureBuilder capture(kCompressionLZ4 << kOptionCompressionShift);
+  const std::string text(1000, 'x');
+  capture.FrameBlock(1).CompressedCall(5, text).CompressedMethodCall(77, 6, text).Call(7, text);
+  capture.StoredCall(8, 0, "dropped").StoredCall(9, 1000, "").MethodCall(78, 10, "plain");
+  const std::vector<uint8_t> bytes = capture.Finish();
+  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  StoredSubBlock subBlock{};
+  std::vector<std::string> calls;
+  reader.NextBlock();
+  while (reader.NextSubBlock(&subBlock)) {
+    const auto call = reader.ReadCall(subBlock);
+    calls.push_back(!call
+                        ? "none"
+                        : (call->isMethod ? std::to_string(call->desc.objectValue) + "." : "") +
+                              std::to_string(call->desc.callId) + " " + std::to_string(call->size));
+    EXPECT_TRUE(!call ||
+                call->desc.callId == static_cast<uint16_t>(*DCAPBlockReader::CallId(subBlock)));
+  }
+  EXPECT_THAT(calls, ElementsAre("5 1000", "77.6 1000", "7 1000", "none", "9 0", "78.10 5"));
+}
+
+TEST(DCAPBlockReaderTest, FailsWithTheTextsOfTheProcessor) {
+  using Texts = DCAPFileProcessor;
+  const auto frame = [] { return CaptureBuilder().FrameBlock(1).Call(1, "payload"); };
+  EXPECT_EQ(Failure({}), Texts::FileHeaderFailMsg);
+  EXPECT_EQ(Failure(frame().SetByte(0, 'X').Finish()), Texts::FourCCFailMsg);
+  EXPECT_EQ(Failure(CaptureBuilder(3 << kOptionCompressionShift).Finish()),
+            Texts::CompressionTypeFailMsg);
+  EXPECT_EQ(Failure(frame().Shrink(8).Finish()), Texts::BlockTrailerFailMsg);
+  EXPECT_EQ(Failure(frame().SetByte(61, 0).Finish()), Texts::BlockTrailerMissingMsg);
+  EXPECT_EQ(Failure(frame().BlockSize(7).Finish()), Texts::BlockTrailerMissingMsg);
+  EXPECT_EQ(Failure(frame().BlockSize(11).Finish()), Texts::FrameNumberFailMsg);
+  EXPECT_EQ(Failure(frame().BlockSize(21).Finish()), Texts::SubBlockHeaderFailMsg);
+  EXPECT_EQ(Failure(frame().SubBlockSize(10).Finish()), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(Failure(frame().SubBlockSize(1).BlockSize(23).Finish()), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(Failure(CaptureBuilder(1 << kOptionCompressionShift)
+                        .FrameBlock(1)
+                        .StoredCall(1, 100, "no LZ4 unit")
+                        .Finish()),
+            Texts::DecompressFailMsg);
+  // Three bytes of a further block header.
+  EXPECT_EQ(Failure(frame().OtherBlock(9, "").Shrink(3).FileSize(0).Finish()), "");
+}
+
+TEST(DCAPBlockReaderTest, AllocatesNothingOnTheWordOfAFile) {
+  const AllocationMeter meter(8 << 20);
+  CaptureBuilder large;
+  large.FrameBlock(1).Call(1, "payload").SubBlockSize(0xFFFFFF00).BlockSize(0xFFFFFFF0);
+  EXPECT_EQ(Failure(large.Finish()), DCAPFileProcessor::SubBlockDataFailMsg);
+  CaptureBuilder bomb(kCompressionLZ4 << kOptionCompressionShift);
+  bomb.FrameBlock(1).StoredCall(1, 0xFFFFFFFF, "small");
+  EXPECT_EQ(Failure(bomb.Finish()), DCAPFileProcessor::DecompressFailMsg);
+}
+
+}  // namespace
+}  // namespace Data
