@@ -6,6 +6,7 @@ SHELL := /bin/bash
 
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
+FUZZ_SECONDS ?= 60
 
 # Rebuilding after a switch of branches is cheap where ccache is installed.
 ifneq ($(shell command -v ccache),)
@@ -46,6 +47,18 @@ test-aarch64:  ## cross-build for 64-bit ARM and run the tests under qemu
 	cmake --build build-aarch64
 	ctest --preset aarch64 --parallel $(JOBS)
 
+.PHONY: fuzz
+fuzz:  ## run every fuzz target for FUZZ_SECONDS (60); what they find is kept in build-fuzz
+	$(packages) build test
+	cmake --preset fuzz
+	cmake --build build-fuzz
+	for target in build-fuzz/bin/fuzz_*; do \
+	  name=$${target##*/fuzz_}; \
+	  mkdir -p build-fuzz/corpus/$$name; \
+	  $$target -max_total_time=$(FUZZ_SECONDS) -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
+	    -artifact_prefix=build-fuzz/$$name- build-fuzz/corpus/$$name fuzz/corpus/$$name || exit 1; \
+	done
+
 .PHONY: coverage
 coverage:  ## print which lines and branches of src/ and tools/ the tests reach
 	$(packages) build test coverage
@@ -63,6 +76,20 @@ bench:  ## run the benchmarks
 	cmake --preset bench
 	cmake --build build-bench
 	build-bench/bin/dcap_bench
+
+.PHONY: symbols
+symbols:  ## write the list of symbols that the shared library shows
+	$(packages) build test
+	cmake --preset test
+	cmake --build build-test --target dcapkit
+	scripts/symbols build-test/lib/libdcapkit.so >packaging/symbols.txt
+
+.PHONY: package
+package:  ## make the Debian package, build-package/dcapkit_VERSION_ARCHITECTURE.deb
+	$(packages) build test
+	cmake --preset release -B build-package -DCMAKE_INSTALL_PREFIX=/usr
+	cmake --build build-package
+	cpack --config build-package/CPackConfig.cmake -B build-package
 
 .PHONY: install
 install: all  ## install under PREFIX (/usr/local), below DESTDIR if that is set

@@ -30,3 +30,4 @@ dcapkit_add_test(package static ${PACKAGE_TESTS}/install.sh ${STATIC_BUILD} stat
 set_tests_properties(package.static PROPERTIES FIXTURES_REQUIRED static)
 dcapkit_add_test(package shared ${PACKAGE_TESTS}/install.sh ${PROJECT_BINARY_DIR} shared)
 dcapkit_add_test(package deb ${PACKAGE_TESTS}/deb.sh ${PROJECT_BINARY_DIR})
+dcapkit_add_test(package symbols ${PACKAGE_TESTS}/symbols.sh $<TARGET_FILE:dcapkit>)

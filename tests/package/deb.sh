@@ -31,6 +31,6 @@ file "$work/root/$lib/libdcapkit.so.0.1.0" | grep -q ', stripped' || Fail "not s
 if [[ ${DCAPKIT_TEST_DPKG:-} == 1 ]]; then
   Quietly dpkg --install "$package"
   dcap dump "$source/examples/sample.dcap" | cmp - "$work/extracted"
-  Quietly dpkg --remove dcapkit
+  Quietly dpkg --purge dcapkit
   [[ ! -e /usr/bin/dcap && ! -e /usr/include/dcapkit ]] || Fail "removal left files behind"
 fi
