@@ -14,9 +14,9 @@ class QuietLog : public Core::Log::Sink {
 };
 
 /// Prints to nowhere; the canonical form has a checksum of every byte.
-class NullSink : public LineSink {
+class NullSink : public TextSink {
  public:
-  void Write(std::string_view /*lines*/) override {}
+  void Write(std::string_view /*text*/) override {}
 };
 
 #endif  // DCAPKIT_FUZZ_EVENTS_H

@@ -2,6 +2,7 @@
 import hashlib
 import json
 import os
+import struct
 import subprocess
 import sys
 import unittest
@@ -35,6 +36,16 @@ def run(*arguments, status=0, **options):
 def dcap(*arguments, **options):
     """The standard output of the tool."""
     return run(*arguments, **options).stdout
+
+
+def write_capture(path, *calls):
+    """Writes a capture of one frame with `calls`, pairs of an identifier and a payload."""
+    block = struct.pack("<I", 1)
+    for call, payload in calls:
+        block += struct.pack("<HIH", 3, 2 + len(payload), call) + payload
+    block += b"\xee" * 8
+    path.write_bytes(struct.pack("<4sHBBI8xIQ", b"DCAP", 0, 2, 1, 0, 1, 38 + len(block)) +
+                     struct.pack("<HI", 1, len(block)) + block)
 
 
 def sha256(data):

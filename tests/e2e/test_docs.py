@@ -19,10 +19,11 @@ class Documents(unittest.TestCase):
                          [(SOURCE / "examples/draws_per_frame.cpp").read_text()])
 
     @unittest.skipIf(os.environ.get("DCAPKIT_TEST_KIND"), "programs link with the plain build only")
-    def test_commands_in_the_readme_print_what_it_shows(self):
+    def test_commands_in_documents_print_what_these_show(self):
         build = Path(TOOL).parents[1]
         with tempfile.TemporaryDirectory() as folder:
-            for block in blocks("README.md", "console"):
+            documents = ["README.md", *(SOURCE / "docs").glob("*.md")]
+            for block in (block for one in documents for block in blocks(one, "console")):
                 shown = [line for line in block.splitlines() if not line.startswith("$ ")]
                 script = "\n".join(line[2:] for line in block.splitlines() if line.startswith("$ "))
                 script = script.replace("build/draws", folder + "/draws").replace("build/", f"{build}/")

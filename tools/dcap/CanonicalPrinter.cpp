@@ -22,7 +22,7 @@ void CanonicalPrinter::FileStart(const Data::FileHeader& header) {
   out_.Number(uint32_t{header.frameCount});
   out_.Char(' ');
   out_.Number(uint64_t{header.fileSize});
-  EndLine();
+  out_.Char('\n');
 }
 
 void CanonicalPrinter::Block(const EventContext& context, const Data::BlockHeader& header) {
@@ -32,7 +32,7 @@ void CanonicalPrinter::Block(const EventContext& context, const Data::BlockHeade
   out_.Number(context.blockNumber);
   out_.Char(' ');
   out_.Number(uint32_t{header.size});
-  EndLine();
+  out_.Char('\n');
 }
 
 void CanonicalPrinter::Call(const EventContext& context, const Data::CallDesc& call,
@@ -51,7 +51,7 @@ void CanonicalPrinter::Call(const EventContext& context, const Data::CallDesc& c
     out_.Text(" = ");
     Value(values[call.parameterCount]);
   }
-  EndLine();
+  out_.Char('\n');
 }
 
 void CanonicalPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
@@ -90,7 +90,7 @@ void CanonicalPrinter::Metadata(const EventContext& context, const MetaRecord& r
     }
   }
   out_.Char(')');
-  EndLine();
+  out_.Char('\n');
 }
 
 void CanonicalPrinter::LineStart(const EventContext& context) {

@@ -4,9 +4,11 @@
 
 #include <CLI/App.hpp>
 
+#include "BlobWriter.h"
 #include "CanonicalPrinter.h"
 #include "Capture.h"
 #include "Command.h"
+#include "JsonLinesPrinter.h"
 #include "Output.h"
 #include "TextPrinter.h"
 
@@ -14,15 +16,22 @@ namespace {
 
 struct Options {
   std::string file;
-  std::string format = "text";
+  PrinterOptions printer;
   Selection selection;
+  std::string blobs;
 };
 
 int Dump(const Options& options) {
   StandardOutput output;
-  const std::unique_ptr<Printer> printer = MakePrinter(options.format, &output);
+  const std::unique_ptr<Printer> printer = MakePrinter(options.printer, &output);
   try {
-    const int status = WalkCapture(options.file, printer.get(), options.selection);
+    std::unique_ptr<BlobWriter> blobWriter;
+    EventHandler* handler = printer.get();
+    if (!options.blobs.empty()) {
+      blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);
+      handler = blobWriter.get();
+    }
+    const int status = WalkCapture(options.file, handler, options.selection);
     printer->Flush();
     return status;
   } catch (const OutputError& error) {
@@ -32,20 +41,29 @@ int Dump(const Options& options) {
 
 }  // namespace
 
-std::unique_ptr<Printer> MakePrinter(std::string_view format, LineSink* sink) {
-  if (format == "text") {
-    return std::make_unique<TextPrinter>(sink);
+std::unique_ptr<Printer> MakePrinter(const PrinterOptions& options, TextSink* sink) {
+  if (options.format == "text") {
+    return std::make_unique<TextPrinter>(sink, options.numeric);
   }
-  return format == "canonical" ? std::make_unique<CanonicalPrinter>(sink) : nullptr;
+  if (options.format == "jsonl") {
+    return std::make_unique<JsonLinesPrinter>(sink, options.numeric);
+  }
+  return options.format == "canonical" ? std::make_unique<CanonicalPrinter>(sink) : nullptr;
 }
 
 void AddDumpCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("dump", "List every call and metadata record");
   command->add_option("FILE", options->file, "the capture")->required();
-  command->add_option("--format", options->format, "text for people, canonical for comparing")
-      ->check(CLI::IsMember({"text", "canonical"}))
+  command
+      ->add_option("--format", options->printer.format,
+                   "text for people, jsonl for programs, canonical for comparing")
+      ->check(CLI::IsMember({"text", "jsonl", "canonical"}))
       ->capture_default_str();
+  command->add_flag("--numeric", options->printer.numeric,
+                    "numbers instead of names of enumerants and bits");
+  command->add_option("--blobs", options->blobs, "write byte data to DIR/CRC32-BYTES.bin")
+      ->type_name("DIR");
   AddSelectionOptions(command, &options->selection);
   command->callback([options, status] { *status = Dump(*options); });
 }

@@ -8,23 +8,23 @@
 
 #include "Command.h"
 
-OutputError::OutputError(int errnum)
-    : std::runtime_error(std::strerror(errnum)), brokenPipe_(errnum == EPIPE) {}
+OutputError::OutputError(const std::string& target, int errnum)
+    : std::runtime_error(target + ": " + std::strerror(errnum)), brokenPipe_(errnum == EPIPE) {}
 
 int ReportOutputError(const OutputError& error) {
   if (error.IsBrokenPipe()) {
     return kExitOk;
   }
-  std::fprintf(stderr, "dcap: standard output: %s\n", error.what());
+  std::fprintf(stderr, "dcap: %s\n", error.what());
   return kExitFailure;
 }
 
-void StandardOutput::Write(std::string_view lines) {
-  while (!lines.empty()) {
-    const ssize_t written = write(STDOUT_FILENO, lines.data(), lines.size());
+void StandardOutput::Write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(STDOUT_FILENO, text.data(), text.size());
     if (written < 0 && errno != EINTR) {
-      throw OutputError(errno);
+      throw OutputError("standard output", errno);
     }
-    lines.remove_prefix(written > 0 ? static_cast<size_t>(written) : 0);
+    text.remove_prefix(written > 0 ? static_cast<size_t>(written) : 0);
   }
 }

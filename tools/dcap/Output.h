@@ -3,14 +3,16 @@
 #define DCAP_OUTPUT_H
 
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
-#include "Printer.h"
+#include "TextBuffer.h"
 
-/// Standard output cannot be written.
+/// Standard output, or a file, cannot be written.
 class OutputError : public std::runtime_error {
  public:
-  explicit OutputError(int errnum);
+  /// `target` tells what.
+  OutputError(const std::string& target, int errnum);
   /// Nobody reads the output any more: no error to speak of.
   [[nodiscard]] bool IsBrokenPipe() const { return brokenPipe_; }
 
@@ -22,10 +24,10 @@ class OutputError : public std::runtime_error {
 /// `ExitStatus`.
 int ReportOutputError(const OutputError& error);
 
-class StandardOutput : public LineSink {
+class StandardOutput : public TextSink {
  public:
   /// Throws `OutputError`.
-  void Write(std::string_view lines) override;
+  void Write(std::string_view text) override;
 };
 
 #endif  // DCAP_OUTPUT_H

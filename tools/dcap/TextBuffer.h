@@ -1,4 +1,4 @@
-// The buffer that the printers write into: reused, grown when it must, never a stream.
+// The buffer that the printers write into: text goes to a sink in large pieces.
 #ifndef DCAP_TEXTBUFFER_H
 #define DCAP_TEXTBUFFER_H
 
@@ -9,9 +9,24 @@
 #include <memory>
 #include <string_view>
 
+/// Receives text. A piece may end anywhere in a line.
+class TextSink {
+ public:
+  virtual ~TextSink() = default;
+  virtual void Write(std::string_view text) = 0;
+};
+
+/// Collects text for a sink, which it borrows. Its size does not depend on how much is written, nor
+/// on the length of a line. What is still in it when it goes is lost: flush it.
 class TextBuffer {
  public:
+  explicit TextBuffer(TextSink* sink) : sink_(sink) {}
+
   void Text(std::string_view text) {
+    if (text.size() > kSize) [[unlikely]] {
+      Flush();
+      return sink_->Write(text);
+    }
     std::memcpy(Room(text.size()), text.data(), text.size());
     end_ += text.size();
   }
@@ -20,7 +35,7 @@ class TextBuffer {
   template <typename Integer>
   void Number(Integer value) {
     char* out = Room(kNumberRoom);
-    Advance(static_cast<size_t>(std::to_chars(out, out + kNumberRoom, value).ptr - out));
+    end_ += static_cast<size_t>(std::to_chars(out, out + kNumberRoom, value).ptr - out);
   }
   /// The shortest text that reads back as the same value.
   void Float(float value) { Number(value); }
@@ -37,35 +52,27 @@ class TextBuffer {
     end_ += static_cast<size_t>(width);
   }
 
-  [[nodiscard]] std::string_view View() const { return {begin_.get(), end_}; }
-  [[nodiscard]] size_t Size() const { return end_; }
-  void Clear() { end_ = 0; }
+  /// Hands on what is still here.
+  void Flush() {
+    sink_->Write({begin_.get(), end_});
+    end_ = 0;
+  }
 
-  /// Room for `count` bytes at the end, for a writer of one's own; `Advance` keeps what it wrote.
+ private:
+  static constexpr size_t kSize = size_t{64} << 10;
+  static constexpr size_t kNumberRoom = 32;  // more than any number takes
+
+  // Room for `count` bytes, which the buffer can hold, at its end.
   char* Room(size_t count) {
-    if (capacity_ - end_ < count) [[unlikely]] {
-      Grow(count);
+    if (kSize - end_ < count) [[unlikely]] {
+      Flush();
     }
     return begin_.get() + end_;
   }
-  void Advance(size_t count) { end_ += count; }
 
- private:
-  static constexpr size_t kNumberRoom = 32;  // more than any number takes
-
-  [[gnu::noinline]] void Grow(size_t count) {
-    const size_t capacity = (end_ + count) * 2 + 4096;
-    std::unique_ptr<char[]> grown(new char[capacity]);
-    if (end_ != 0) {
-      std::memcpy(grown.get(), begin_.get(), end_);
-    }
-    begin_ = std::move(grown);
-    capacity_ = capacity;
-  }
-
-  std::unique_ptr<char[]> begin_;
+  TextSink* sink_;
+  std::unique_ptr<char[]> begin_{new char[kSize]};
   size_t end_ = 0;
-  size_t capacity_ = 0;
 };
 
 #endif  // DCAP_TEXTBUFFER_H

@@ -19,13 +19,6 @@ const char* BooleanName(Data::Api api, uint32_t value) {
   return value == 1 ? "GL_TRUE" : "GL_FALSE";
 }
 
-template <typename T>
-T Load(const uint8_t* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof(value));
-  return value;
-}
-
 }  // namespace
 
 void TextPrinter::FileStart(const Data::FileHeader& header) {
@@ -38,7 +31,7 @@ void TextPrinter::FileStart(const Data::FileHeader& header) {
   out_.Text(" frames, ");
   out_.Number(uint64_t{header.fileSize});
   out_.Text(" bytes");
-  EndLine();
+  out_.Char('\n');
 }
 
 void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& header) {
@@ -53,7 +46,7 @@ void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& he
   out_.Text(", ");
   out_.Number(uint32_t{header.size});
   out_.Text(" bytes");
-  EndLine();
+  out_.Char('\n');
 }
 
 void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
@@ -74,7 +67,7 @@ void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
     out_.Text(" = ");
     Value(call.api, *call.values[call.parameterCount].type, values[call.parameterCount]);
   }
-  EndLine();
+  out_.Char('\n');
 }
 
 void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
@@ -96,7 +89,7 @@ void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record
     Field(field);
   }
   out_.Char(')');
-  EndLine();
+  out_.Char('\n');
 }
 
 void TextPrinter::LineStart(const EventContext& context) {
@@ -130,9 +123,9 @@ void TextPrinter::Value(Data::Api api, const Data::TypeDesc& type, const Data::C
 
 void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   const char* name = nullptr;
-  switch (type.format) {
+  switch (numeric_ ? Data::ValueFormat::kNumber : type.format) {
     case Data::ValueFormat::kEnum:
-      name = Data::EnumerantName(api, type, value);
+      name = EnumName(api, type, value);
       break;
     case Data::ValueFormat::kBoolean:
       name = BooleanName(api, value);
@@ -144,11 +137,9 @@ void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t v
     default:
       return out_.Number(value);
   }
-  // An integer that may be an enumerant is a plain number when it is small: a level, a count.
-  const bool plain = type.element == Data::ValueType::kInt32 && value < 0x100;
-  if (name != nullptr && !plain) {
+  if (name != nullptr) {
     out_.Text(name);
-  } else if (plain || type.format == Data::ValueFormat::kBoolean) {
+  } else if (IsPlainNumber(type, value) || type.format == Data::ValueFormat::kBoolean) {
     out_.Number(value);
   } else {
     out_.Text("0x");
@@ -157,23 +148,16 @@ void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t v
 }
 
 void TextPrinter::Bits(const Data::TypeDesc& type, uint32_t value) {
-  // All bits at once may have a name of their own, which stands last.
-  if (!type.names.empty() && type.names.back().value == value) {
-    return out_.Text(type.names.back().name);
-  }
   const char* gap = "";
-  for (const Data::EnumName& bit : type.names) {
-    if ((value & bit.value) == bit.value) {
-      out_.Text(gap);
-      out_.Text(bit.name);
-      gap = "|";
-      value &= ~bit.value;
-    }
-  }
-  if (value != 0 || *gap == '\0') {
+  const uint32_t rest = ForEachBitName(type, value, [&](const char* name) {
     out_.Text(gap);
-    out_.Text(value != 0 ? "0x" : "");
-    out_.Hex(value);
+    out_.Text(name);
+    gap = "|";
+  });
+  if (rest != 0 || *gap == '\0') {
+    out_.Text(gap);
+    out_.Text(rest != 0 ? "0x" : "");
+    out_.Hex(rest);
   }
 }
 
@@ -195,13 +179,13 @@ void TextPrinter::Pointer(Data::Api api, const Data::TypeDesc& type,
   }
   if (ContentIsMissing(pointer)) {
     out_.Char('<');
-    out_.Number(uint64_t{pointer.count} * pointer.elementSize);
+    out_.Number(ContentSize(pointer));
     return out_.Text(" bytes, not recorded>");
   }
   if (kind == Data::PointerKindString) {
     return Quoted(pointer.stringData, pointer.count);
   }
-  if (pointer.elementSize <= 1 || type.elementSize != pointer.elementSize) {
+  if (IsByteData(type, pointer)) {
     return Bytes(ArrayBytes(pointer));
   }
   Elements(api, type, pointer);
@@ -239,9 +223,8 @@ void TextPrinter::Element(Data::Api api, const Data::TypeDesc& type, const uint8
       return Unsigned(api, type, Load<uint32_t>(element));
     case Data::ValueType::kInt64: {
       const auto value = Load<int64_t>(element);
-      const bool named =
-          type.format == Data::ValueFormat::kEnum && value >= 0x100 && value <= int64_t{UINT32_MAX};
-      return named ? Unsigned(api, type, static_cast<uint32_t>(value)) : out_.Number(value);
+      return MayBeEnum(type, value) ? Unsigned(api, type, static_cast<uint32_t>(value))
+                                    : out_.Number(value);
     }
     default:
       if (type.format == Data::ValueFormat::kHex) {

@@ -6,7 +6,8 @@
 
 class TextPrinter final : public Printer {
  public:
-  using Printer::Printer;
+  /// Values that have names are written as numbers when `numeric`.
+  TextPrinter(TextSink* sink, bool numeric) : Printer(sink), numeric_(numeric) {}
 
   void FileStart(const Data::FileHeader& header) override;
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
@@ -28,6 +29,8 @@ class TextPrinter final : public Printer {
   void Quoted(const char* text, size_t size);
   void Bytes(std::span<const uint8_t> bytes);
   void Field(const MetaField& field);
+
+  const bool numeric_;
 };
 
 #endif  // DCAP_TEXTPRINTER_H
