@@ -77,6 +77,11 @@ class DCAPKIT_API DCAPBlockReader {
   /// `BlockTrailerMissingMsg` and `FrameNumberFailMsg`.
   bool NextBlock();
 
+  /// How many bytes of the capture have been handed out or skipped.
+  [[nodiscard]] uint64_t Position() const noexcept {
+    return nextBlock_ - remaining_ - (trailerDue_ ? sizeof(DCAPFrameTrailer) : 0);
+  }
+
   /// The header of the block at hand, as stored.
   [[nodiscard]] const BlockHeader& Block() const noexcept { return block_; }
   /// The block is a frame or of type 2: it has a number and sub-blocks.

@@ -20,11 +20,17 @@ using AddCommand = void(CLI::App& app, int* status);
 
 AddCommand AddDumpCommand;
 AddCommand AddFinalizeCommand;
+AddCommand AddRepackCommand;
+AddCommand AddTrimCommand;
+AddCommand AddCatCommand;
 
 /// All commands, in the order in which the help lists them.
 inline constexpr AddCommand* kCommands[] = {
     AddDumpCommand,
     AddFinalizeCommand,
+    AddRepackCommand,
+    AddTrimCommand,
+    AddCatCommand,
 };
 
 #endif  // DCAP_COMMAND_H

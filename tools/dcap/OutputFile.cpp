@@ -1,6 +1,8 @@
 #include "OutputFile.h"
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -12,6 +14,26 @@
 #include "Core/Exceptions.h"
 
 namespace {
+
+// The file that a signal removes before it ends the process.
+std::atomic<const char*> doomed = nullptr;
+static_assert(std::atomic<const char*>::is_always_lock_free);
+
+void RemoveAndDie(int signal) {
+  if (const char* path = doomed) unlink(path);
+  raise(signal);  // which has its usual effect again
+}
+
+void RemoveOnSignals(const char* path) {
+  doomed = path;
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    struct sigaction action {};
+    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_DFL) continue;
+    action.sa_handler = RemoveAndDie;
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(signal, &action, nullptr);
+  }
+}
 
 bool Synchronize(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -37,6 +59,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
     const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (file < 0) Fail();
     temporary_ = name;
+    RemoveOnSignals(temporary_.c_str());
     if (exists) static_cast<void>(fchmod(file, status.st_mode & 07777));
     close(file);
   }
@@ -46,7 +69,9 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
 }
 
 OutputFile::~OutputFile() {
-  if (!temporary_.empty()) unlink(temporary_.c_str());
+  if (temporary_.empty()) return;
+  unlink(temporary_.c_str());
+  doomed = nullptr;
 }
 
 void OutputFile::Write(const void* buffer, uint64_t size) {
@@ -57,6 +82,7 @@ void OutputFile::Commit() {
   if (!writer_->Flush()) Fail();
   if (temporary_.empty()) return;
   if (!Synchronize(temporary_) || std::rename(temporary_.c_str(), path_.c_str()) != 0) Fail();
+  doomed = nullptr;
   temporary_.clear();
   const size_t slash = path_.rfind('/');
   // Where folders cannot be synchronised, the name lasts as well as such a system lets it.

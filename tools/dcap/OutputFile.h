@@ -9,8 +9,9 @@
 #include "Core/StdioWriter.h"
 
 /// A file that appears under its name complete or not at all: it is written beside that name and
-/// takes its place at the end. What stood there before stays until then. Where the name is that of
-/// a device or a pipe, the bytes go straight to it.
+/// takes its place at the end. What stood there before stays until then. When a signal ends the
+/// process, what was written is removed. Where the name is that of a device or a pipe, the bytes go
+/// straight to it. One at a time.
 class OutputFile {
  public:
   /// Throws `Core::ErrnoException`, as all operations do, with the name and the cause in its text.

@@ -1,0 +1,28 @@
+// dcap cat: several captures, one after another, as one.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <CLI/App.hpp>
+
+#include "CaptureCopy.h"
+#include "Command.h"
+
+namespace {
+
+struct Options {
+  std::vector<std::string> files;
+  CopySettings copy;
+};
+
+}  // namespace
+
+void AddCatCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command =
+      app.add_subcommand("cat", "Write several captures, one after another, as one");
+  command->add_option("FILE", options->files, "captures with the same options")->required();
+  command->add_option("-o,--output", options->copy.output, "the capture to write")->required();
+  command->add_flag("--renumber", options->copy.renumber, "number the frames 1, 2, 3, ...");
+  command->callback([options, status] { *status = CopyCaptures(options->files, options->copy); });
+}
