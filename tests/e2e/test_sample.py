@@ -10,7 +10,7 @@ from harness import SAMPLE, TOOL, dcap, main
 
 class Sample(unittest.TestCase):
     def test_the_program_makes_the_capture_in_the_repository(self):
-        maker = Path(TOOL).with_name("make_sample")
+        maker = Path(TOOL).with_name("record_sample")
         with tempfile.TemporaryDirectory() as folder:
             made = os.path.join(folder, "sample.dcap")
             subprocess.run([maker, made], check=True)
