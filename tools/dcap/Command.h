@@ -19,6 +19,7 @@ enum ExitStatus : int {
 using AddCommand = void(CLI::App& app, int* status);
 
 AddCommand AddDumpCommand;
+AddCommand AddStatsCommand;
 AddCommand AddFinalizeCommand;
 AddCommand AddRepackCommand;
 AddCommand AddTrimCommand;
@@ -27,6 +28,7 @@ AddCommand AddCatCommand;
 /// All commands, in the order in which the help lists them.
 inline constexpr AddCommand* kCommands[] = {
     AddDumpCommand,
+    AddStatsCommand,
     AddFinalizeCommand,
     AddRepackCommand,
     AddTrimCommand,

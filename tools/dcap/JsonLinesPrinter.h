@@ -8,6 +8,7 @@
 
 #include <rapidjson/writer.h>
 
+#include "JsonStream.h"
 #include "Printer.h"
 
 class JsonLinesPrinter final : public Printer {
@@ -25,18 +26,10 @@ class JsonLinesPrinter final : public Printer {
   void Metadata(const EventContext& context, const MetaRecord& record) override;
 
  private:
-  // What the writer writes to.
-  struct Stream {
-    using Ch = char;
-    void Put(char c) { out->Char(c); }
-    void Flush() {}
-    TextBuffer* out;
-  };
-
   // RapidJSON's writer, with a faster way for what needs no escapes.
-  class Writer : public rapidjson::Writer<Stream> {
+  class Writer : public rapidjson::Writer<JsonStream> {
    public:
-    explicit Writer(Stream* stream) : rapidjson::Writer<Stream>(*stream) {}
+    explicit Writer(JsonStream* stream) : rapidjson::Writer<JsonStream>(*stream) {}
     // A key, or a string.
     void Name(std::string_view text) {
       Prefix(rapidjson::kStringType);
@@ -89,7 +82,7 @@ class JsonLinesPrinter final : public Printer {
   void Field(const MetaField& field);
 
   const bool numeric_;
-  Stream stream_;
+  JsonStream stream_;
   Writer writer_;
   std::string scratch_;
 };
