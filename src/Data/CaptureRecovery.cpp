@@ -31,7 +31,8 @@ struct Block {
 
 class Examination {
  public:
-  Examination(Core::DataReader* reader, uint64_t fileSize) : reader_(reader), size_(fileSize) {}
+  Examination(Core::DataReader* reader, uint64_t fileSize)
+      : reader_(reader), size_(fileSize), end_(fileSize) {}
 
   CaptureRecovery Run() {
     ReadHeader();
@@ -68,15 +69,21 @@ class Examination {
   uint64_t WalkBlocks() {
     uint64_t position = sizeof(FileHeader);
     uint64_t doubtful = 0;  // a block that is empty if what follows makes sense
+    Block lastBeforeDoubt;
     while (size_ - position >= sizeof(BlockHeader)) {
       const Block block = ReadBlock(position);
       if (block.HasSubBlocks()) doubtful = 0;
       if (block.IsUnfinished() || block.End() > size_) break;
-      if (block.size == 0 && doubtful == 0) doubtful = position;
+      if (block.size == 0 && doubtful == 0) {
+        doubtful = position;
+        lastBeforeDoubt = last_;
+      }
       Keep(block);
       position = block.End();
     }
-    return position == size_ || doubtful == 0 ? position : doubtful;
+    if (position == size_ || doubtful == 0) return position;
+    SetLast(lastBeforeDoubt);
+    return doubtful;
   }
 
   Block ReadBlock(uint64_t position) {
@@ -86,10 +93,14 @@ class Examination {
   }
 
   void Keep(const Block& block) {
+    SetLast(block);
+    frames_ += block.type == kBlockFrame ? 1 : 0;
+  }
+
+  void SetLast(const Block& block) {
     last_ = block;
     found_.lastBlock = block.position;
     found_.storedLastBlockSize = found_.lastBlockSize = block.size;
-    frames_ += block.type == kBlockFrame ? 1 : 0;
   }
 
   void KeepBrokenBlock(uint64_t position) {
@@ -97,17 +108,11 @@ class Examination {
     const Block block = rest < sizeof(BlockHeader) ? Block{} : ReadBlock(position);
     if (block.HasSubBlocks() && rest >= sizeof(BlockHeader) + kFrameNumberSize) {
       Keep(block);
-      KeepSubBlocks();
-    } else if (block.position != 0 && !block.HasSubBlocks() && block.size == 0) {
-      Keep(block);
-      const uint64_t body = std::min<uint64_t>(rest - sizeof(BlockHeader), UINT32_MAX);
-      found_.lastBlockSize = static_cast<uint32_t>(body);
-      LeaveOut(position + sizeof(BlockHeader) + body, size_, true);
     } else {
-      LeaveOut(position, size_, true);
+      LeaveOut(position, true);
     }
-    const bool isUnfinished = block.position != 0 && block.size == 0;
-    if (!isUnfinished && found_.leftOutSize != 0 && found_.storedHeader.fileSize == size_) {
+    if (last_.HasSubBlocks()) KeepSubBlocks();
+    if (!block.IsUnfinished() && found_.leftOutSize != 0 && found_.storedHeader.fileSize == size_) {
       const FileHeader header = found_.storedHeader;
       found_ = {};
       found_.storedHeader = header;
@@ -116,39 +121,30 @@ class Examination {
     }
   }
 
-  // Makes the last block, which reaches the end of the file, end after its last whole sub-block.
+  // Makes the last block, which reaches to end_, end after its last whole sub-block.
   void KeepSubBlocks() {
     const uint64_t body = last_.position + sizeof(BlockHeader);
     const uint64_t firstSubBlock = body + kFrameNumberSize;
-    if (firstSubBlock > size_) return;  // too small for its frame number; a lie, not a cut
+    if (firstSubBlock > end_) return;  // too small for its frame number; a lie, not a cut
     const uint64_t largest = UINT32_MAX - (trailers_ ? kTrailerSize : 0);
-    const uint64_t bytesEnd = std::min(size_, body + largest);
-    const bool isCut = last_.End() > size_;
+    const uint64_t bytesEnd = std::min(end_, body + largest);
 
-    // Where sub-blocks must end. A trailer counts as one only where nothing else can stand.
-    bool trailed = false;
-    uint64_t limit = bytesEnd;
-    if (trailers_ && isCut) {
-      limit = std::min(bytesEnd, std::max(last_.End() - kTrailerSize, firstSubBlock));
-    } else if (trailers_ && size_ - firstSubBlock >= kTrailerSize) {
-      trailed = IsPartOfTrailer(size_ - kTrailerSize);
-      limit = trailed ? std::min(bytesEnd, size_ - kTrailerSize) : bytesEnd;
-    }
+    // A trailer counts as one only where nothing else can stand.
+    bool trailed = trailers_ && last_.End() <= end_ && end_ - firstSubBlock >= kTrailerSize &&
+                   IsPartOfTrailer(end_ - kTrailerSize);
+    const uint64_t limit = trailed ? std::min(bytesEnd, end_ - kTrailerSize) : bytesEnd;
     uint64_t end = SkipSubBlocks(firstSubBlock, limit);
     if (trailed && end != limit && last_.size == 0 && found_.storedHeader.fileSize != size_) {
       // Nobody has begun to finish this capture: the last bytes belong to a payload after all.
       trailed = false;
-      limit = bytesEnd;
-      end = SkipSubBlocks(end, limit);
+      end = SkipSubBlocks(end, bytesEnd);
     }
 
-    const bool trailerIsWhole = size_ - end == kTrailerSize && IsPartOfTrailer(end);
+    const bool trailerIsWhole = end_ - end == kTrailerSize && IsPartOfTrailer(end);
     found_.appendsTrailer = trailers_ && !trailerIsWhole;
-    found_.keptSize = trailerIsWhole ? size_ : end;
+    found_.keptSize = trailerIsWhole ? end_ : end;
     found_.lastBlockSize = static_cast<uint32_t>(end - body + (trailers_ ? kTrailerSize : 0));
-    if (!IsPartOfTrailer(end) && !(isCut && end == limit)) {
-      LeaveOut(end, size_ - (trailed ? kTrailerSize : 0), false);
-    }
+    if (!IsPartOfTrailer(end)) LeaveOut(end, false, trailed ? kTrailerSize : 0);
   }
 
   uint64_t SkipSubBlocks(uint64_t position, uint64_t limit) {
@@ -163,10 +159,10 @@ class Examination {
     return position;
   }
 
-  // True when the bytes from `position` to the end are a trailer or its beginning, or when there
-  // are none. They cannot be anything else: no (sub-)block of that size fits.
+  // True when the bytes from `position` to end_ are a trailer or its beginning, or when there are
+  // none. They cannot be anything else: no (sub-)block of that size fits.
   bool IsPartOfTrailer(uint64_t position) {
-    const uint64_t count = size_ - position;
+    const uint64_t count = end_ - position;
     if (count == 0) return true;
     uint64_t bytes = DCAPFrameTrailer;
     if (!trailers_ || count > kTrailerSize) return false;
@@ -174,24 +170,29 @@ class Examination {
     return bytes == DCAPFrameTrailer;
   }
 
-  void LeaveOut(uint64_t start, uint64_t end, bool isBlock) {
-    if (isBlock) found_.keptSize = start;
+  // Leaves out everything from `start`, and says so of all but a trailer that will be written anew.
+  void LeaveOut(uint64_t start, bool isBlock, uint64_t trailerSize = 0) {
+    found_.keptSize = start;
     found_.leftOutStart = start;
-    found_.leftOutSize = end - start;
+    found_.leftOutSize = size_ - start - (end_ == size_ ? trailerSize : 0);
     found_.leftOutIsBlock = isBlock;
+    end_ = start;
   }
 
   CaptureRecovery Conclude() {
     found_.storedSize = size_;
     found_.header = found_.storedHeader;
     found_.header.fileSize = found_.keptSize + (found_.appendsTrailer ? kTrailerSize : 0);
-    const bool needsCount = !found_.IsComplete() || found_.header.frameCount == 0;
-    if (needsCount && !found_.damaged) found_.header.frameCount = frames_;
+    // A count that came with the right size stays, however frames were counted for it.
+    const bool hasCount = found_.storedHeader.frameCount != 0 &&
+                          found_.storedHeader.fileSize == found_.header.fileSize;
+    if (!hasCount && !found_.damaged) found_.header.frameCount = frames_;
     return found_;
   }
 
   Core::DataReader* reader_;
-  uint64_t size_;
+  uint64_t size_;  // of the file
+  uint64_t end_;   // of what is to be kept of it, trailer included
   bool trailers_ = false;
   Block last_;  // the last block that is kept
   uint32_t frames_ = 0;
@@ -238,6 +239,12 @@ void CaptureRecovery::Finish(Core::DataWriter* writer) const {
     WriteAt(writer, &DCAPFrameTrailer, kTrailerSize, keptSize, kTrailerUnwritten);
   }
   if (header.frameCount != storedHeader.frameCount || header.fileSize != storedHeader.fileSize) {
+    if (header.fileSize == storedHeader.fileSize) {
+      // Half a count must not stand beside the right size.
+      const uint64_t unknown = 0;
+      WriteAt(writer, &unknown, sizeof(unknown), offsetof(FileHeader, fileSize),
+              kFrameCountUnwritten);
+    }
     constexpr uint64_t kOffset = offsetof(FileHeader, frameCount);
     const auto* bytes = reinterpret_cast<const uint8_t*>(&header) + kOffset;
     WriteAt(writer, bytes, sizeof(header) - kOffset, kOffset, kFrameCountUnwritten);

@@ -21,12 +21,11 @@ namespace Data {
 ///
 /// The end is found by one short read for each block, and for each sub-block of the last one.
 /// Payloads are not read. In detail:
-/// - A frame or type-2 block of size 0 runs to the end of the file. Any other block of size 0 is
-///   empty if the blocks behind it lead to a frame, to a type-2 block or to the very end of the
-///   file; if not, it runs to the end as well.
-/// - A block that claims more bytes than the file has is the last, and cut. Of a frame or type-2
-///   block the complete sub-blocks are kept, an empty frame if there is none; a block cut in its
-///   header or its frame number and any other cut block are left out whole.
+/// - A frame or type-2 block of size 0, or one that claims more bytes than the file has, is the
+///   last. Its complete sub-blocks are kept; without any it is an empty frame.
+/// - A block cut in its header or its frame number and a block of another type that is not there
+///   whole are left out. The size 0 of such a block is meant if the blocks behind it lead to a
+///   frame, to a type-2 block or to the very end of the file; if not, nobody came to write it.
 /// - The last block is checked even when header and trailer look finished: finalising a capture
 ///   that ended in the middle of a sub-block makes them so.
 /// - A file that is as large as its header says, and in which a block still runs past the end, is
