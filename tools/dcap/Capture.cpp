@@ -30,10 +30,6 @@ std::string Enumerate(const std::vector<std::string_view>& names) {
   return text + (names.size() == 1 ? " is" : " are");
 }
 
-void AddClause(std::string* text, const std::string& clause) {
-  *text += (text->empty() ? "" : "; ") + clause;
-}
-
 int Report(const std::string& path, const Core::DataReader* reader, const EventConsumer& consumer,
            const char* cause) {
   std::fprintf(stderr, "dcap: %s: ", path.c_str());
@@ -68,37 +64,49 @@ Capture::Capture(const std::string& path) : path_(path) {
 
 void Capture::ReportState() const {
   if (const std::string state = DescribeState(recovery_); !state.empty()) {
-    std::fprintf(stderr, "dcap: %s: %s; read as if finalised\n", path_.c_str(), state.c_str());
+    std::fprintf(stderr, "dcap: %s: %s%s\n", path_.c_str(), state.c_str(),
+                 recovery_.damaged ? "" : "; read as if finalised");
   }
 }
 
-int Capture::Status() const { return recovery_.IsCut() ? kExitIncomplete : kExitOk; }
+int Capture::Status() const {
+  return recovery_.damaged ? kExitFailure : recovery_.IsCut() ? kExitIncomplete : kExitOk;
+}
+
+void Capture::RequireFile() const {
+  if (recovery_.storedSize == 0) throw Core::BasicException("The capture is not a regular file.");
+}
+
+std::vector<std::string_view> MissingParts(const Data::CaptureRecovery& recovery) {
+  std::vector<std::string_view> parts;
+  const auto add = [&](bool isMissing, std::string_view name) {
+    if (isMissing) parts.push_back(name);
+  };
+  const Data::FileHeader& stored = recovery.storedHeader;
+  add(stored.frameCount == 0 && recovery.header.frameCount != 0, "frame count");
+  add(stored.fileSize == 0 && recovery.header.fileSize != 0, "file size");
+  add(recovery.storedLastBlockSize == 0 && recovery.lastBlockSize != 0, "last block size");
+  add(recovery.appendsTrailer, "trailer");
+  return parts;
+}
 
 std::string DescribeState(const Data::CaptureRecovery& recovery) {
+  if (recovery.damaged) return "damaged: a block runs past the end of the file";
   if (recovery.IsComplete()) return "";
-  const Data::FileHeader& stored = recovery.storedHeader;
-  std::vector<std::string_view> missing;
-  std::vector<std::string_view> wrong;
-  const auto compare = [&](uint64_t is, uint64_t shouldBe, std::string_view name) {
-    if (is != shouldBe) (is == 0 ? missing : wrong).push_back(name);
-  };
-  compare(stored.frameCount, recovery.header.frameCount, "frame count");
-  compare(stored.fileSize, recovery.header.fileSize, "file size");
-  compare(recovery.storedLastBlockSize, recovery.lastBlockSize, "last block size");
-  if (recovery.appendsTrailer && !recovery.IsCut()) missing.emplace_back("trailer");
-
   std::string text;
-  if (!missing.empty()) AddClause(&text, "unfinished: " + Enumerate(missing) + " missing");
+  const std::vector<std::string_view> missing = MissingParts(recovery);
+  // A capture that was finished before it was cut naturally lacks its last trailer.
+  const bool wasFinished = recovery.IsCut() && recovery.storedHeader.fileSize != 0;
+  if (!missing.empty() && !wasFinished) text = "unfinished: " + Enumerate(missing) + " missing; ";
   if (recovery.leftOutSize != 0) {
-    AddClause(&text, "cut: " + Bytes(recovery.leftOutSize) + " of a broken " +
-                         (recovery.leftOutIsBlock ? "block" : "sub-block") + " at offset " +
-                         std::to_string(recovery.leftOutStart) + " left out");
+    text += "cut: " + Bytes(recovery.leftOutSize) + " of a broken " +
+            (recovery.leftOutIsBlock ? "block" : "sub-block") + " at offset " +
+            std::to_string(recovery.leftOutStart) + " left out; ";
   } else if (recovery.IsCut()) {
-    AddClause(&text, "cut: nothing is there after offset " + std::to_string(recovery.keptSize));
-  } else if (!wrong.empty()) {
-    AddClause(&text, "not finalised: " + Enumerate(wrong) + " wrong");
+    text += "cut: nothing is there after offset " + std::to_string(recovery.keptSize) + "; ";
   }
-  return text;
+  if (text.empty()) return "not finalised: the header does not fit the file";
+  return text.substr(0, text.size() - 2);
 }
 
 int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection) {

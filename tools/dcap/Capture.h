@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Core/DataReader.h"
 #include "Data/CaptureRecovery.h"
@@ -23,6 +25,9 @@ class Capture {
   /// What the file lacks. All zero for a pipe.
   [[nodiscard]] const Data::CaptureRecovery& Recovery() const { return recovery_; }
 
+  /// Throws `Core::BasicException` for a pipe.
+  void RequireFile() const;
+
   /// Says in a line on stderr what was missing, if anything was.
   void ReportState() const;
 
@@ -34,6 +39,9 @@ class Capture {
   std::shared_ptr<Core::DataReader> reader_;
   Data::CaptureRecovery recovery_;
 };
+
+/// Which of "frame count", "file size", "last block size" and "trailer" a capture lacks.
+std::vector<std::string_view> MissingParts(const Data::CaptureRecovery& recovery);
 
 /// What is missing or left out of a capture, in words; empty when nothing is.
 std::string DescribeState(const Data::CaptureRecovery& recovery);

@@ -19,6 +19,8 @@ enum ExitStatus : int {
 using AddCommand = void(CLI::App& app, int* status);
 
 AddCommand AddDumpCommand;
+AddCommand AddInfoCommand;
+AddCommand AddFramesCommand;
 AddCommand AddStatsCommand;
 AddCommand AddFinalizeCommand;
 AddCommand AddRepackCommand;
@@ -28,6 +30,8 @@ AddCommand AddCatCommand;
 /// All commands, in the order in which the help lists them.
 inline constexpr AddCommand* kCommands[] = {
     AddDumpCommand,
+    AddInfoCommand,
+    AddFramesCommand,
     AddStatsCommand,
     AddFinalizeCommand,
     AddRepackCommand,

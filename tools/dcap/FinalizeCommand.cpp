@@ -81,13 +81,11 @@ int Finalize(const Options& options) {
   try {
     const Capture capture(options.file);
     const Data::CaptureRecovery& recovery = capture.Recovery();
-    if (recovery.storedSize == 0) {
-      throw Core::BasicException("Cannot finalize a capture that is not a file.");
-    }
+    capture.RequireFile();
     if (recovery.damaged) {
       throw Core::BasicException(
-          "Cannot finalize a damaged capture: it is as large as its header says, but a block in it "
-          "runs past the end.");
+          "Cannot finalize a damaged capture. The file is as large as its header says, but a block "
+          "runs past its end.");
     }
     const std::string state = DescribeState(recovery);
     output.Write(options.file + ": " + (state.empty() ? "finalised already" : state) + "\n" +

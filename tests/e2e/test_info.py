@@ -1,0 +1,123 @@
+"""What info and frames tell of a capture, and how little of it they read."""
+import json
+import os
+import struct
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from harness import CAPTURES, SAMPLE, TOOL, captures, dcap, main, run, summary
+
+
+def info(path, *options, **how):
+    return json.loads(dcap("info", "--json", *options, path, **how))
+
+
+def frames(path, **how):
+    return json.loads(dcap("frames", "--json", path, **how))
+
+
+class Info(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.file = Path(folder.name) / "capture.dcap"
+
+    @unittest.skipUnless(captures(), "no captures here")
+    def test_the_figures_of_real_captures_are_those_of_their_summaries(self):
+        for name, path in captures(finished=False).items():
+            with self.subTest(name):
+                expected = summary(path)
+                told = info(path, "--scan")
+                calls = expected["calls_by_name"]
+                self.assertEqual(told["finalised"], not name.endswith("-unfinished"))
+                self.assertEqual(told["finalisedBytes"], expected["file_bytes"])
+                self.assertEqual(told["optionMask"], int(expected["option_mask"], 16))
+                self.assertEqual(told["compression"].lower(), expected["compression"])
+                self.assertEqual(told["frames"], expected["frame_blocks"])
+                self.assertEqual(told["processedSetUpBlocks"], expected["set_up_blocks"])
+                self.assertEqual((told["firstNumber"], told["lastNumber"]), (1, told["frames"]))
+                self.assertEqual([thread["id"] for thread in told["threads"]],
+                                 expected["thread_ids"])
+                self.assertEqual(told["eglCalls"],
+                                 sum(n for call, n in calls.items() if call.startswith("egl")))
+                self.assertEqual(told["glesCalls"],
+                                 sum(n for call, n in calls.items() if call.startswith("gl")))
+                self.assertEqual(told["metadataRecords"],
+                                 expected["sub_blocks"].get("1", 0))
+                self.assertEqual(told["payloadBytes"] - told["storedPayloadBytes"],
+                                 expected["compressed_payload_bytes_inflated"] -
+                                 expected["compressed_payload_bytes"])
+
+    def test_frames_lie_one_behind_the_other(self):
+        position = 32
+        for number, frame in enumerate(frames(SAMPLE), 1):
+            self.assertEqual(frame["frame"], number)
+            self.assertEqual(frame["offset"], position)
+            position += frame["bytes"]
+        self.assertEqual(position, SAMPLE.stat().st_size)
+        table = [list(map(int, line.split())) for line in dcap("frames", SAMPLE).splitlines()[1:]]
+        self.assertEqual(table, [list(frame.values()) for frame in frames(SAMPLE)])
+
+    def test_what_an_unfinished_capture_lacks_is_told(self):
+        whole = bytearray(SAMPLE.read_bytes())
+        last = frames(SAMPLE)[-1]["offset"]
+        whole[20:32] = bytes(12)
+        whole[last + 2:last + 6] = bytes(4)
+        self.file.write_bytes(whole[:-8])
+        told = info(self.file)
+        self.assertEqual(told["missing"], ["frame count", "file size", "last block size", "trailer"])
+        self.assertEqual(frames(self.file), frames(SAMPLE))
+        self.assertIn(b"state:            unfinished: frame count", dcap("info", self.file))
+        self.file.write_bytes(whole[:-9])
+        told = info(self.file, status=3)
+        self.assertTrue(told["cut"])
+        self.assertEqual(told["bytes"] - told["leftOutBytes"] + 8, told["finalisedBytes"])
+        self.assertLess(frames(self.file, status=3)[-1]["bytes"], frames(SAMPLE)[-1]["bytes"])
+
+    def test_a_damaged_capture_is_told_from_a_cut_one(self):
+        whole = bytearray(SAMPLE.read_bytes())
+        second = frames(SAMPLE)[1]["offset"]
+        whole[second + 4] = 1  # the block is 64 KiB larger now
+        self.file.write_bytes(whole)
+        told = info(self.file, status=1)
+        self.assertEqual((told["damaged"], told["cut"], told["frames"]), (True, False, 1))
+        self.assertEqual(len(frames(self.file, status=1)), 1)
+        self.assertIn(f"The block at offset {second} runs past the end of the file.",
+                      run("frames", self.file, status=1).stderr.decode())
+        run("finalize", self.file, status=1)
+        self.assertEqual(self.file.read_bytes(), whole)
+
+    def test_empty_captures_are_captures(self):
+        self.file.write_bytes(SAMPLE.read_bytes()[:20] + struct.pack("<IQ", 0, 32))
+        self.assertEqual(frames(self.file), [])
+        told = info(self.file, "--scan")
+        self.assertEqual((told["finalised"], told["frames"], told["payloadBytes"]), (True, 0, 0))
+
+    def test_payloads_are_not_read(self):
+        payload, count = 20 << 20, 100
+        frame = 6 + 4 + 10 + 2 + payload + 8
+        with open(self.file, "wb") as file:  # 2 GB, nearly all of it a hole
+            file.write(struct.pack("<4sIIQIQ", b"DCAP", 0, 0x40, 0, count, 32 + count * frame))
+            for i in range(count):
+                file.seek(32 + i * frame)
+                file.write(struct.pack("<HIIHIIH", 1, frame - 6, i + 1, 3, 2 + payload, 7, 0x9062))
+                file.seek(32 + (i + 1) * frame - 8)
+                file.write(b"\xEE" * 8)
+        for command in (["info"], ["info", "--scan"], ["frames"], ["finalize", "--dry-run"]):
+            with self.subTest(command):
+                tool = subprocess.Popen([TOOL, *command, self.file], stdout=subprocess.DEVNULL)
+                os.waitid(os.P_PID, tool.pid, os.WEXITED | os.WNOWAIT)
+                read = int(Path(f"/proc/{tool.pid}/io").read_text().split()[1])
+                _, status, usage = os.wait4(tool.pid, 0)
+                tool.returncode = status
+                self.assertEqual(status, 0)
+                self.assertLess(read, 4 << 20)
+                # Were the file mapped, reading it would be a page fault for every 64 KiB.
+                self.assertLess(usage.ru_minflt + usage.ru_majflt, 8000)
+        self.assertEqual(info(self.file, "--scan")["payloadBytes"], count * payload)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,114 @@
+// dcap frames: the frame index of a capture.
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include <CLI/App.hpp>
+
+#include "Core/Exceptions.h"
+
+#include "BlockWalk.h"
+#include "Capture.h"
+#include "Command.h"
+#include "Output.h"
+
+namespace {
+
+struct Options {
+  std::string file;
+  bool json = false;
+};
+
+// A table, or a JSON array, with a line for each frame.
+class FrameList {
+ public:
+  FrameList(TextSink* sink, bool json) : sink_(sink), json_(json) {
+    lines_ = json ? "[" : Line("%8s %10s %14s %12s\n", "frame", "number", "offset", "bytes");
+  }
+
+  void Add(uint32_t frame, const BlockWalk& walk) {
+    const unsigned long offset = walk.BlockPosition();
+    const unsigned long bytes = walk.BlockBytes();
+    if (json_) {
+      lines_ += frame == 1 ? "\n" : ",\n";
+      lines_ += Line(R"({"frame": %u, "number": %u, "offset": %lu, "bytes": %lu})", frame,
+                     walk.Number(), offset, bytes);
+    } else {
+      lines_ += Line("%8u %10u %14lu %12lu\n", frame, walk.Number(), offset, bytes);
+    }
+    if (lines_.size() >= kFlushSize) Flush();
+  }
+
+  void End() {
+    lines_ += json_ ? "\n]\n" : "";
+    Flush();
+  }
+
+ private:
+  static constexpr size_t kFlushSize = size_t{64} << 10;
+
+  [[gnu::format(printf, 1, 2)]] static std::string Line(const char* format, ...) {
+    std::array<char, 128> line{};
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(line.data(), line.size(), format, arguments);
+    va_end(arguments);
+    return line.data();
+  }
+
+  void Flush() {
+    sink_->Write(lines_);
+    lines_.clear();
+  }
+
+  TextSink* sink_;
+  bool json_;
+  std::string lines_;
+};
+
+void ListFrames(Core::DataReader* reader, FrameList* list) {
+  BlockWalk walk(reader);
+  uint32_t frame = 0;
+  while (walk.NextBlock()) {
+    if (walk.Block().type == Data::kBlockFrame) list->Add(++frame, walk);
+  }
+}
+
+int Frames(const Options& options) {
+  StandardOutput output;
+  try {
+    const Capture capture(options.file);
+    capture.RequireFile();
+    capture.ReportState();
+    FrameList list(&output, options.json);
+    try {
+      ListFrames(capture.Reader().get(), &list);
+    } catch (const Core::BasicException&) {
+      list.End();
+      throw;
+    }
+    list.End();
+    return capture.Status();
+  } catch (const OutputError& error) {
+    return ReportOutputError(error);
+  } catch (const Core::BasicException& exception) {
+    std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
+    return kExitFailure;
+  }
+}
+
+}  // namespace
+
+void AddFramesCommand(CLI::App& app, int* status) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("frames", "List where the frames of a capture lie");
+  command->add_option("FILE", options->file, "the capture")->required();
+  command->add_flag("--json", options->json, "an array of objects instead of a table");
+  command->footer(
+      "A line for each frame: its place in the capture from 1, its recorded sequence number, and\n"
+      "offset and size of its block in the file, header and trailer included. Reads 10 bytes of\n"
+      "each block.");
+  command->callback([options, status] { *status = Frames(*options); });
+}
