@@ -29,14 +29,8 @@ AddCommand AddCatCommand;
 
 /// All commands, in the order in which the help lists them.
 inline constexpr AddCommand* kCommands[] = {
-    AddDumpCommand,
-    AddInfoCommand,
-    AddFramesCommand,
-    AddStatsCommand,
-    AddFinalizeCommand,
-    AddRepackCommand,
-    AddTrimCommand,
-    AddCatCommand,
+    AddDumpCommand,     AddInfoCommand,   AddFramesCommand, AddStatsCommand,
+    AddFinalizeCommand, AddRepackCommand, AddTrimCommand,   AddCatCommand,
 };
 
 #endif  // DCAP_COMMAND_H
