@@ -66,7 +66,7 @@ std::string NameOf(const BlockWalk::SubBlock& sub) {
 }
 
 void Count(const BlockWalk::SubBlock& sub, uint32_t frame, Scan* scan) {
-  ++scan->threads[sub.header.threadId];
+  ++scan->threads[uint32_t{sub.header.threadId}];  // a copy: the record is packed
   switch (sub.header.type) {
     case Data::kSubBlockMetadata:
       ++scan->records;
