@@ -10,11 +10,10 @@
 #include "Core/MemoryReader.h"
 #include "Data/DCAPBlockReader.h"
 #include "Data/DCAPFileProcessor.h"
-#include "Data/DCAPFileWriter.h"
 
 #include "AllocationMeter.h"
 #include "CaptureBuilder.h"
-#include "MemoryWriter.h"
+#include "CopyCapture.h"
 #include "PayloadBuilder.h"
 #include "RandomCapture.h"
 
@@ -23,31 +22,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// Copies everything that the reader shows, as it lies.
-std::vector<uint8_t> Copy(const std::vector<uint8_t>& capture) {
-  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(capture)));
-  auto memory = std::make_shared<MemoryWriter>();
-  DCAPFileWriter writer(memory, DCAPWriterOptions(reader.Header()));
-  StoredSubBlock subBlock{};
-  while (reader.NextBlock()) {
-    if (!reader.IsFramed()) {
-      writer.BeginRawBlock(reader.Block().type);
-      for (auto piece = reader.NextPiece(); !piece.empty(); piece = reader.NextPiece()) {
-        writer.WriteBytes(piece.data(), piece.size());
-      }
-    } else if (reader.Block().type == kBlockFrame) {
-      writer.BeginFrame(reader.FrameNumber());
-    } else {
-      writer.BeginType2Block(reader.FrameNumber());
-    }
-    while (reader.NextSubBlock(&subBlock)) {
-      writer.WriteSubBlock(subBlock.threadId, subBlock.type, subBlock.body, subBlock.size);
-    }
-  }
-  writer.Close();
-  return memory->bytes;
-}
 
 // What ends the reading of all calls of a capture; empty for a sound one.
 std::string Failure(const std::vector<uint8_t>& capture) {
@@ -68,7 +42,7 @@ std::string Failure(const std::vector<uint8_t>& capture) {
 TEST(DCAPBlockReaderTest, ShowsEverythingThereIs) {
   for (uint32_t seed = 0; seed < 500; ++seed) {
     const std::vector<uint8_t> bytes = RandomCapture(seed).Finish();
-    ASSERT_EQ(Copy(bytes), bytes) << seed;
+    ASSERT_EQ(CopyCapture(bytes), bytes) << seed;
   }
 }
 
@@ -77,14 +51,14 @@ TEST(DCAPBlockReaderTest, ShowsWhatProcessorsSkip) {
   capture.OtherBlock(7, "").FrameBlock(1).SubBlock(9, "unknown").Thread(3).SubBlock(0, "");
   capture.Type2Block(5).SubBlock(6, "more").OtherBlock(1000, std::string(600000, 'x'));
   capture.FrameBlock(2).CompressedCall(1, "stored").StoredCall(2, 0, "").SubBlock(3, "x");
-  EXPECT_EQ(Copy(capture.Finish()), capture.Finish());
+  EXPECT_EQ(CopyCapture(capture.Finish()), capture.Finish());
 }
 
 TEST(DCAPBlockReaderTest, ReadsSubBlocksLargerThanItsWindow) {
   CaptureBuilder capture;
   capture.FrameBlock(1).Call(1, std::string(5000000, 'a')).Call(2, "small");
   capture.Call(3, std::string(700000, 'b')).FrameBlock(2).Call(4, std::string(100, 'c'));
-  EXPECT_EQ(Copy(capture.Finish()), capture.Finish());
+  EXPECT_EQ(CopyCapture(capture.Finish()), capture.Finish());
 }
 
 TEST(DCAPBlockReaderTest, SkipsWhatNobodyAsksFor) {
