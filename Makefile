@@ -55,8 +55,9 @@ fuzz:  ## run every fuzz target for FUZZ_SECONDS (60); what they find is kept in
 	for target in build-fuzz/bin/fuzz_*; do \
 	  name=$${target##*/fuzz_}; \
 	  mkdir -p build-fuzz/corpus/$$name; \
+	  seeds=fuzz/corpus/$$name; [ -d $$seeds ] || seeds=fuzz/corpus/capture; \
 	  $$target -max_total_time=$(FUZZ_SECONDS) -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
-	    -artifact_prefix=build-fuzz/$$name- build-fuzz/corpus/$$name fuzz/corpus/$$name || exit 1; \
+	    -artifact_prefix=build-fuzz/$$name- build-fuzz/corpus/$$name $$seeds || exit 1; \
 	done
 
 .PHONY: coverage
