@@ -111,18 +111,23 @@ class Unfinished(unittest.TestCase):
         dcap("finalize", self.file)
         self.assertEqual(self.file.read_bytes(), whole)
 
-    @unittest.skipIf(os.geteuid() == 0, "nothing is read-only to the super-user")
-    def test_what_must_not_be_written_is_left_alone(self):
-        self.unfinished()
+    def test_a_read_only_file_is_left_alone_even_by_the_super_user(self):
+        whole = self.unfinished()
         before = self.file.read_bytes()
         self.file.chmod(0o444)
         failed = run("finalize", self.file, status=1)
         self.assertIn(b"Cannot finalize capture file. The data writer is invalid.", failed.stderr)
         self.assertEqual(self.file.read_bytes(), before)
+        self.file.chmod(0o644)
+        dcap("finalize", self.file)
+        self.assertEqual(self.file.read_bytes(), whole)
+
+    @unittest.skipIf(os.geteuid() == 0, "the super-user may read everything")
+    def test_a_file_that_may_not_be_read_is_told_so(self):
+        self.unfinished()
         self.file.chmod(0)
-        failed = run("finalize", self.file, status=1)
         self.assertIn(b"Cannot read capture file. The data reader is invalid. (Permission denied)",
-                      failed.stderr)
+                      run("finalize", self.file, status=1).stderr)
 
     def run_with_full_disk(self, *arguments, limit, message):
         """Runs the tool so that no file can grow beyond `limit` bytes."""

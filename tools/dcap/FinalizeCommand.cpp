@@ -6,6 +6,7 @@
 #include <string>
 
 #include <CLI/App.hpp>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "Core/Exceptions.h"
@@ -60,7 +61,17 @@ void Copy(Core::DataReader* reader, OutputFile* output) {
   output->Commit();
 }
 
+// A file that nobody may write is meant to stay as it is, even where the system would let us.
+bool IsReadOnly(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
+}
+
 void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recovery) {
+  if (IsReadOnly(path)) {
+    throw Core::BasicException(
+        "Cannot finalize capture file. The data writer is invalid. (The file is read-only)");
+  }
   Core::StdioWriter writer(path, true, false);
   // Checked before the file is shortened; Finish says so as well.
   if (writer.IsValid()) {
