@@ -1,4 +1,4 @@
-// Counts the draw calls of every frame of a capture.
+// Counts the glDrawArrays and glDrawElements calls of every frame of a capture.
 #include <cstdio>
 #include <exception>
 #include <memory>

@@ -11,7 +11,7 @@ endif()
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/handwritten OUTPUT_VARIABLE HANDWRITTEN
                 COMMAND_ERROR_IS_FATAL ANY OUTPUT_STRIP_TRAILING_WHITESPACE)
 string(REPLACE "\n" ";" HANDWRITTEN "${HANDWRITTEN}")
-list(FILTER HANDWRITTEN INCLUDE REGEX "^(src|tools|tests)/.*\\.cpp$")
+list(FILTER HANDWRITTEN INCLUDE REGEX "^(src|tools|tests|examples)/.*\\.cpp$")
 list(FILTER HANDWRITTEN EXCLUDE REGEX "^tests/package/")  # no part of this build
 foreach(FILE IN LISTS HANDWRITTEN)
   dcapkit_add_test(tidy ${FILE} ${PROJECT_SOURCE_DIR}/scripts/tidy ${PROJECT_BINARY_DIR} ${FILE})

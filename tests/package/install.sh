@@ -36,6 +36,14 @@ if [[ $kind == static ]]; then
   exit 0
 fi
 
+# The examples, by themselves.
+cp -r "$prefix/share/doc/dcapkit/examples" "$work/examples"
+Quietly cmake -S "$work/examples" -B "$work/examples/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" \
+  -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic -Werror'
+Quietly cmake --build "$work/examples/build"
+ExpectEqual "draws by the example" "$draws" \
+  "$("$work/examples/build/draws_per_frame" "$work/examples/sample.dcap" | awk '{n += $1} END {print n}')"
+
 # The installed tool finds the library beside it, and each header stands alone.
 ExpectEqual "draws by the tool" "$draws" \
   "$("$prefix/bin/dcap" dump "$sample" | grep -c 'glDrawArrays(')"

@@ -1,0 +1,127 @@
+"""The example programs: what they print is what the tool lists of the same capture."""
+import collections
+import json
+import re
+import subprocess
+import tempfile
+import unittest
+import zlib
+from pathlib import Path
+
+from harness import SAMPLE, TOOL, captures, dcap, main
+
+INPUTS = {**captures(), "sample": SAMPLE}
+
+
+def example(name, *arguments, status=0):
+    program = Path(TOOL).with_name(name)
+    done = subprocess.run([program, *map(str, arguments)], capture_output=True, check=False)
+    if done.returncode != status:
+        raise AssertionError(f"{name} {arguments}: exit status {done.returncode}, not {status}\n"
+                             f"{done.stderr.decode(errors='replace')}")
+    return done.stdout.decode().splitlines()
+
+
+def listed(path, *options):
+    return [json.loads(line) for line in
+            dcap("dump", "--format", "jsonl", path, *options).splitlines()]
+
+
+class Examples(unittest.TestCase):
+    def test_draws_per_frame_counts_what_is_listed(self):
+        for name, path in INPUTS.items():
+            with self.subTest(name):
+                lines = listed(path, "--calls", "glDrawArrays,glDrawElements")
+                draws = collections.Counter(
+                    line["frame"] for line in lines if line["type"] == "call")
+                frames = lines[0]["frames"]
+                self.assertEqual(example("draws_per_frame", path),
+                                 [str(draws[frame]) for frame in range(1, frames + 1)])
+
+    def test_print_thread_prints_the_calls_of_that_thread(self):
+        for name, path in INPUTS.items():
+            calls = [line for line in listed(path) if line["type"] == "call"]
+            for thread in {call.get("thread", 0) for call in calls}:
+                with self.subTest(name, thread=thread):
+                    self.assertEqual(
+                        [re.match(r"(\d+) (\w+)\(", line).groups()
+                         for line in example("print_thread", path, thread)],
+                        # Set-up calls come before a first frame ends.
+                        [(str(call["frame"] or 1), call["name"]) for call in calls
+                         if call.get("thread", 0) == thread])
+        self.assertEqual(example("print_thread", SAMPLE, 4102), [
+            "3 glGenTextures(n=1, textures=[1 elements])",
+            "3 glBindTexture(target=GL_TEXTURE_2D, texture=5)",
+            "3 glTexParameteri(target=GL_TEXTURE_2D, pname=GL_TEXTURE_MIN_FILTER, param=9729)",
+            "3 glTexImage2D(target=GL_TEXTURE_2D, level=0, internalformat=6408, width=64, height=64, "
+            "border=0, format=GL_RGBA, type=GL_UNSIGNED_BYTE, pixels=[16384 elements])",
+            "3 glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0) = 1"])
+
+    def test_keep_textures_keeps_the_bytes_of_every_image(self):
+        for name, path in INPUTS.items():
+            with self.subTest(name), tempfile.TemporaryDirectory() as folder:
+                kept = []
+                for number, line in enumerate(example("keep_textures", path, folder), 1):
+                    file = Path(folder) / line.rsplit(", ", 1)[1]
+                    self.assertEqual(file.stem, str(number))
+                    data = file.read_bytes()
+                    if file.suffix == ".pam":
+                        header, data = data.split(b"ENDHDR\n", 1)
+                        fields = dict(field.split(b" ") for field in header.splitlines()[1:])
+                        size = int(fields[b"WIDTH"]) * int(fields[b"HEIGHT"]) * int(fields[b"DEPTH"])
+                        self.assertEqual(len(data), size)
+                        if "0x80E1" in line:  # blue and red changed places
+                            swapped = bytearray(data)
+                            swapped[::4], swapped[2::4] = data[2::4], data[::4]
+                            data = bytes(swapped)
+                    kept.append((re.search(r": (\w+),", line)[1], f"{zlib.crc32(data):08x}"))
+                expected = []
+                for line in listed(path, "--calls", "gl*Tex*Image?D,!glCopy*"):
+                    if line["type"] == "call":
+                        value = line["args"].get("pixels") or line["args"].get("data") or {}
+                        value = value.get("data", value)
+                        if "crc32" in value:
+                            expected.append((line["name"], value["crc32"]))
+                self.assertEqual(kept, expected)
+        with tempfile.TemporaryDirectory() as folder:
+            self.assertEqual(example("keep_textures", SAMPLE, folder), [
+                "frame 3: glTexImage2D, 64x64x1, format 0x1908, type 0x1401, 1.pam"])
+
+    def test_largest_payloads_come_first(self):
+        self.assertEqual(example("largest_payloads", SAMPLE)[:2], [
+            "16424 bytes, frame number 3, glTexImage2D",
+            "192 bytes, frame number 1, glShaderSource"])
+        for name, path in INPUTS.items():
+            with self.subTest(name):
+                lines = example("largest_payloads", path)
+                sizes = [int(line.split()[0]) for line in lines]
+                self.assertEqual((len(lines), sizes), (10, sorted(sizes, reverse=True)))
+
+    def test_object_uses_counts_the_arguments_that_name_objects(self):
+        for name, path in INPUTS.items():
+            with self.subTest(name):
+                named = collections.Counter()
+                for line in listed(path):
+                    if line["type"] == "call":
+                        named.update(("program", value) for key, value in line["args"].items()
+                                     if key == "program" and value)
+                        if line["name"] == "glCreateProgram":
+                            named["program", line["result"]] += 1
+                counted = dict(line.split(": ") for line in example("object_uses", path))
+                self.assertEqual({key: int(count) for key, count in counted.items()
+                                  if key.startswith("program ")},
+                                 {f"{kind} {number}": n for (kind, number), n in named.items()})
+        self.assertIn("texture 5: 1", example("object_uses", SAMPLE))
+
+    def test_what_is_no_capture_is_an_error(self):
+        for name in ("draws_per_frame", "largest_payloads", "object_uses"):
+            example(name, __file__, status=1)
+            example(name, status=1)
+        example("print_thread", __file__, 1, status=1)
+        with tempfile.TemporaryDirectory() as folder:
+            example("keep_textures", __file__, folder, status=1)
+            example("record_sample", folder, status=1)
+
+
+if __name__ == "__main__":
+    main()
