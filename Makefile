@@ -72,11 +72,12 @@ coverage:  ## print which lines and branches of src/ and tools/ the tests reach
 	gcovr --root . --filter src/ --filter tools/ build-coverage
 
 .PHONY: bench
-bench:  ## run the benchmarks
+bench:  ## measure the speed, as ratios to bare baselines (bench/README.md)
 	$(packages) build bench
 	cmake --preset bench
 	cmake --build build-bench
-	build-bench/bin/dcap_bench
+	bench/run build-bench
+	bench/instructions build-bench
 
 .PHONY: symbols
 symbols:  ## write the list of symbols that the shared library shows
