@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -167,10 +166,27 @@ TEST_F(PointerDataTest, AnArrayOfWhichOnlyTheSizeIsRecordedHasNoBuffer) {
   EXPECT_EQ(pointer_.data, nullptr);
 }
 
-TEST_F(PointerDataTest, OfUnrecordedElementsOnlyCountBytesAreCleared) {
+TEST_F(PointerDataTest, UnrecordedElementsAreZero) {
   EXPECT_EQ(Decode(Bytes().Unrecorded(PointerKindArray, 6).Fill(24, 1), 4), 8u);
-  EXPECT_EQ(pointer_.count, 6u);
-  EXPECT_EQ(std::count(pointer_.arrayData, pointer_.arrayData + 6, 0), 6);
+  EXPECT_THAT(Elements<uint32_t>(), ElementsAre(0, 0, 0, 0, 0, 0));
+}
+
+TEST_F(PointerDataTest, TellsContentThatIsThereFromWhatIsMerelyClaimed) {
+  const auto isClaimed = [&](const Bytes& block) {
+    Decode(block);
+    return pointer_.IsClaimed();
+  };
+  EXPECT_FALSE(isClaimed(Bytes().Array<uint32_t>({1, 2})));
+  EXPECT_TRUE(isClaimed(Bytes().Array<uint32_t>({1, 2}).Cut(1)));
+  EXPECT_TRUE(isClaimed(Bytes().Unrecorded(PointerKindArray, 6)));
+  EXPECT_FALSE(isClaimed(Bytes().String("abc")));
+  EXPECT_TRUE(isClaimed(Bytes().String("abc").Cut(1)));
+  EXPECT_TRUE(isClaimed(Bytes().U32(0x1).U16(9)));
+  EXPECT_FALSE(isClaimed(Bytes().Null()));
+  Decode(Bytes().U32(0x6).U32(3).String("a").Unrecorded(PointerKindString, 9).U32(4).U32(7));
+  EXPECT_FALSE(pointer_.IsClaimed(0));
+  EXPECT_TRUE(pointer_.IsClaimed(1));
+  EXPECT_TRUE(pointer_.IsClaimed(2));
 }
 
 TEST_F(PointerDataTest, AStringIsCopiedAndTerminated) {

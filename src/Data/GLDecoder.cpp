@@ -2,6 +2,7 @@
 // generated GLHandlers*.cpp, their dispatch in GLDispatch.cpp.
 #include "Data/GLDecoder.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "Core/Log.h"
@@ -101,15 +102,17 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
       // Listed before it is filled, so that it is freed whatever happens; room for the entry first,
       // so that listing cannot fail.
       vertexAttribBuffers_.reserve(vertexAttribBuffers_.size() + 1);
-      buffer = new uint8_t[uint64_t{dataOffset} + dataLength];
-      vertexAttribBuffers_.push_back(buffer);
-      const uint32_t copied = left == 0 ? 0
-                                        : ExtractValue(data, size, static_cast<uint32_t>(position),
-                                                       dataLength, buffer + dataOffset);
-      if (copied == 0) {
-        std::memset(buffer + dataOffset, 0, dataLength);
+      const uint64_t bytes = uint64_t{dataOffset} + dataLength;
+      buffer = dataLength <= left ? static_cast<uint8_t*>(std::malloc(bytes))
+                                  : MakeZeroed<uint8_t>(bytes).release();
+      if (buffer == nullptr) {
+        throw std::bad_alloc();
       }
-      position += copied;
+      vertexAttribBuffers_.push_back(buffer);
+      if (left != 0) {
+        position += ExtractValue(data, size, static_cast<uint32_t>(position), dataLength,
+                                 buffer + dataOffset);
+      }
     }
 
     for (GLAdapter* adapter : adapters_) {
@@ -139,8 +142,8 @@ uint32_t GLDecoder::ProcessDrawElementsData(const uint8_t* data, uint32_t size, 
 }
 
 void GLDecoder::DestroyVertexAttribArrayData() {
-  for (const uint8_t* buffer : vertexAttribBuffers_) {
-    delete[] buffer;
+  for (uint8_t* buffer : vertexAttribBuffers_) {
+    std::free(buffer);
   }
   vertexAttribBuffers_.clear();
 }
@@ -274,15 +277,17 @@ uint32_t GLDecoder::ProcessFlushMappedBufferRangeData(uint32_t target, uint32_t 
                                                       uint32_t size, uint32_t dataOffset) {
   PointerData flushed;
   const uint32_t consumed = ExtractPointerData(data, size, dataOffset, 1, &flushed);
+  unsigned char* bytes = ArrayBytes(flushed);
   // Adapters are told `length`, not the count of the array: make sure that they may read as much.
-  const uint32_t recorded = flushed.count;
-  if (ArrayBytes(flushed) != nullptr && recorded < length) {
-    flushed.ResizeArray(length);
-    const uint32_t kept = (flushed.flags & PointerFlagNoContent) != 0 ? 0 : recorded;
-    std::memset(flushed.arrayData + kept, 0, length - kept);
+  ZeroedArray<uint8_t> extended;
+  if (bytes != nullptr && flushed.count < length) {
+    RequireUnbackedSize(length);
+    extended = MakeZeroed<uint8_t>(length);
+    if (!flushed.IsClaimed()) std::memcpy(extended.get(), bytes, flushed.count);
+    bytes = extended.get();
   }
   for (GLAdapter* adapter : adapters_) {
-    adapter->FlushMappedBufferRangeData(target, offset, length, ArrayBytes(flushed));
+    adapter->FlushMappedBufferRangeData(target, offset, length, bytes);
   }
   return consumed;
 }

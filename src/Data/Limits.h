@@ -3,6 +3,8 @@
 #define DCAPKIT_DATA_LIMITS_H
 
 #include <cstdint>
+#include <cstdlib>
+#include <memory>
 #include <new>
 
 namespace Data {
@@ -15,6 +17,21 @@ inline constexpr uint64_t kMaxUnbackedBytes = uint64_t{256} << 20;
 /// Throws std::bad_alloc when `bytes` of claimed size are beyond `kMaxUnbackedBytes`.
 inline void RequireUnbackedSize(uint64_t bytes) {
   if (bytes > kMaxUnbackedBytes) throw std::bad_alloc();
+}
+
+struct FreeMemory {
+  void operator()(void* memory) const noexcept { std::free(memory); }
+};
+template <typename Element>
+using ZeroedArray = std::unique_ptr<Element[], FreeMemory>;
+
+/// `count` elements of which all bytes are zero. A large array takes no memory, and hardly any
+/// time, until it is written to: a file that claims much and holds little costs little.
+template <typename Element>
+ZeroedArray<Element> MakeZeroed(uint64_t count) {
+  ZeroedArray<Element> array(static_cast<Element*>(std::calloc(count, sizeof(Element))));
+  if (array == nullptr && count != 0) throw std::bad_alloc();
+  return array;
 }
 
 }  // namespace Data

@@ -1,7 +1,6 @@
 #include "Data/MetaDecoder.h"
 
 #include <algorithm>
-#include <memory>
 #include <stdexcept>
 
 #include "Core/Log.h"
@@ -57,7 +56,7 @@ class RecordReader {
     if (length == 0) return nullptr;
     const uint64_t bytes = uint64_t{length} + 1;
     if (length > BytesLeft()) Claim(bytes);
-    char* text = texts_.emplace_back(std::make_unique<char[]>(bytes)).get();
+    char* text = texts_.emplace_back(MakeZeroed<char>(bytes)).get();
     ReadBytes(text, length);
     return text;
   }
@@ -86,13 +85,13 @@ class RecordReader {
   // Makes `count` zeroed entries, each of which takes at least `leastBytes` of the payload; null
   // for none. False when there are more than the payload has bytes, which no honest record has.
   template <typename Entry>
-  bool MakeEntries(uint32_t count, uint32_t leastBytes, std::unique_ptr<Entry[]>* entries) {
+  bool MakeEntries(uint32_t count, uint32_t leastBytes, ZeroedArray<Entry>* entries) {
     if (count > size_) {
       LogCutValue();
       return false;
     }
     if (count > BytesLeft() / leastBytes) Claim(uint64_t{count} * sizeof(Entry));
-    if (count != 0) *entries = std::make_unique<Entry[]>(count);
+    if (count != 0) *entries = MakeZeroed<Entry>(count);
     return true;
   }
 
@@ -105,7 +104,7 @@ class RecordReader {
   const uint32_t size_;
   uint32_t offset_ = 0;   // never beyond size_
   uint64_t claimed_ = 0;  // sum of the sizes that the payload does not prove
-  std::vector<std::unique_ptr<char[]>> texts_;
+  std::vector<ZeroedArray<char>> texts_;
 };
 
 template <typename... Parameters, typename... Arguments>
@@ -154,7 +153,7 @@ void DecodeImageContent(RecordReader& in, const Handlers& handlers) {
   uint32_t image = kAllBits;
   EglImageBufferDesc desc{};
   in.Read(&image, &desc.f0, &desc.f1, &desc.f2, &desc.f3, &desc.planeCount);
-  std::unique_ptr<EglImagePlane[]> planes;
+  ZeroedArray<EglImagePlane> planes;
   if (!in.MakeEntries(desc.planeCount, 20, &planes)) return;
   desc.planes = planes.get();
   for (uint32_t i = 0; i < desc.planeCount; ++i) {
@@ -193,7 +192,7 @@ void DecodeAttributes(RecordReader& in, const Handlers& handlers) {
   uint32_t a1 = kAllBits;
   uint32_t count = 0;
   in.Read(&a0, &a1, &count);
-  std::unique_ptr<uint32_t[]> values;
+  ZeroedArray<uint32_t> values;
   if (!in.MakeEntries(count, sizeof(uint32_t), &values)) return;
   // One read for all. A width beyond 32 bits is as short as the widest.
   const uint64_t width = uint64_t{count} * sizeof(uint32_t);
@@ -204,7 +203,7 @@ void DecodeAttributes(RecordReader& in, const Handlers& handlers) {
 void DecodeLimits(RecordReader& in, const Handlers& handlers) {
   uint32_t count = 0;
   in.Read(&count);
-  std::unique_ptr<GLLimitPair[]> pairs;
+  ZeroedArray<GLLimitPair> pairs;
   if (count == 0 || !in.MakeEntries(count, 8, &pairs)) return;
   for (uint32_t i = 0; i < count; ++i) in.Read(&pairs[i].first, &pairs[i].second);
   Deliver(handlers, &MetaHandler::GLLimitsDesc, count, pairs.get());
@@ -260,7 +259,7 @@ void DecodeProgramTable(RecordReader& in, const Handlers& handlers) {
   uint32_t program = kAllBits;
   uint32_t count = 0;
   in.Read(&program, &count);
-  std::unique_ptr<Entry[]> entries;
+  ZeroedArray<Entry> entries;
   if (!in.MakeEntries(count, kLeastBytes<Entry>, &entries)) return;
   for (uint32_t i = 0; i < count; ++i) ReadEntry(in, entries[i]);
   Deliver(handlers, operation, program, count, entries.get());

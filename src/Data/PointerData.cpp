@@ -1,6 +1,7 @@
 #include "Data/PointerData.h"
 
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 
@@ -16,23 +17,32 @@ constexpr char kUnit[] = "src/Data/PointerData";
 
 uint32_t BytesLeft(uint32_t size, uint32_t offset) { return offset < size ? size - offset : 0; }
 
-// Reads a length and the text behind it, if `textFlags` say that it was recorded, into a new buffer
-// of length + 1 bytes; whatever is not read is NUL. `unbacked` sums up the buffers of one block
-// whose size is only claimed.
+// Reads a length and the text behind it, if `textFlags` say that it was recorded, into a buffer of
+// length + 1 bytes. `unbacked` sums up the buffers of one block whose size is only claimed.
 uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32_t textFlags,
-                  uint64_t* unbacked, char** text, uint32_t* length) {
+                  uint64_t* unbacked, char** text, uint32_t* length, bool* claimed) {
   uint32_t consumed = PointerData::ExtractValue(payload, size, offset, 4, length);
   offset += consumed;
-  const bool recorded = (textFlags & PointerFlagNoContent) == 0 && *length > 0;
-  const bool present = recorded && *length <= BytesLeft(size, offset);
-  if (!present) RequireUnbackedSize(*unbacked += *length);
-
   const uint64_t bytes = uint64_t{*length} + 1;
-  *text = new char[bytes];
-  if (!present) std::memset(*text, 0, bytes);
+  const bool recorded = (textFlags & PointerFlagNoContent) == 0;
+  if (recorded && *length <= BytesLeft(size, offset)) {
+    *text = new char[bytes];
+    (*text)[*length] = '\0';
+  } else {
+    RequireUnbackedSize(*unbacked += *length);
+    *text = MakeZeroed<char>(bytes).release();
+    *claimed = true;
+  }
   if (recorded) consumed += PointerData::ExtractValue(payload, size, offset, *length, *text);
-  (*text)[*length] = '\0';
   return consumed;
+}
+
+void FreeText(char* text, bool claimed) {
+  if (claimed) {
+    std::free(text);
+  } else {
+    delete[] text;
+  }
 }
 
 }  // namespace
@@ -104,25 +114,32 @@ uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32
 
   offset += consumed;
   const uint64_t bytes = uint64_t{n} * width;
-  if (sizeKnown && (flags & PointerFlagNoContent) == 0) {
-    if (bytes > BytesLeft(size, offset)) RequireUnbackedSize(bytes);
-    arrayData = new uint8_t[bytes];
-    const uint32_t read =
-        ExtractValue(payload, size, offset, static_cast<uint32_t>(bytes), arrayData);
-    if (read == 0) std::memset(arrayData, 0, bytes);
-    return consumed + read;
+  if (!sizeKnown) {
+    RequireUnbackedSize(bytes);
+    arrayData = new uint8_t[bytes]();
+    return consumed;
   }
-  RequireUnbackedSize(bytes);
-  arrayData = new uint8_t[bytes];
-  // Of unrecorded elements only the first `n` bytes are cleared, as ever. A default buffer promises
-  // its first 512 bytes; clearing it whole keeps what adapters see the same in every run.
-  std::memset(arrayData, 0, sizeKnown ? n : bytes);
-  return consumed;
+  return consumed + ExtractContent(payload, size, offset, bytes);
+}
+
+// Reads the content of an array or single value, if it was recorded, into `arrayData`.
+inline uint32_t PointerData::ExtractContent(const uint8_t* payload, uint32_t size, uint32_t offset,
+                                            uint64_t bytes) {
+  const bool recorded = (flags & PointerFlagNoContent) == 0;
+  if (recorded && bytes <= BytesLeft(size, offset)) {
+    arrayData = new uint8_t[bytes];
+  } else {
+    RequireUnbackedSize(bytes);
+    arrayData = MakeZeroed<uint8_t>(bytes).release();
+    claimed_ = true;
+  }
+  if (!recorded) return 0;
+  return ExtractValue(payload, size, offset, static_cast<uint32_t>(bytes), arrayData);
 }
 
 uint32_t PointerData::ExtractString(const uint8_t* payload, uint32_t size, uint32_t offset) {
   uint64_t unbacked = 0;
-  return ReadText(payload, size, offset, flags, &unbacked, &stringData, &count);
+  return ReadText(payload, size, offset, flags, &unbacked, &stringData, &count, &claimed_);
 }
 
 uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, uint32_t offset) {
@@ -144,6 +161,7 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
   stringFlags = new uint32_t[n]();
   stringPointerValues = new uint64_t[n]();
   stringLengths = new uint32_t[n]();
+  claimedStrings_ = new bool[n]();
 
   for (uint32_t i = 0; i < n; ++i) {
     consumed += ExtractValue(payload, size, offset + consumed, 4, &stringFlags[i]);
@@ -152,20 +170,14 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
       consumed += ExtractValue(payload, size, offset + consumed, 8, &stringPointerValues[i]);
     }
     consumed += ReadText(payload, size, offset + consumed, stringFlags[i], &unbacked, &strings[i],
-                         &stringLengths[i]);
+                         &stringLengths[i], &claimedStrings_[i]);
   }
   return consumed;
 }
 
 uint32_t PointerData::ExtractPointerValue(const uint8_t* payload, uint32_t size, uint32_t offset,
                                           uint32_t width) {
-  if (width == 0) return 0;
-  const bool recorded = (flags & PointerFlagNoContent) == 0;
-  if (!recorded || width > BytesLeft(size, offset)) RequireUnbackedSize(width);
-  arrayData = new uint8_t[width];
-  const uint32_t read = recorded ? ExtractValue(payload, size, offset, width, arrayData) : 0;
-  if (read == 0) std::memset(arrayData, 0, width);
-  return read;
+  return width == 0 ? 0 : ExtractContent(payload, size, offset, width);
 }
 
 uint32_t PointerData::ResizeArray(uint32_t n) {
@@ -175,12 +187,16 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
 
   const uint64_t bytes = uint64_t{n} * elementSize;
   RequireUnbackedSize(bytes);
-  auto* grown = new uint8_t[bytes];
-  if (arrayData != nullptr && (flags & PointerFlagNoContent) == 0) {
-    std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
+  if (claimed_) {
+    uint8_t* grown = MakeZeroed<uint8_t>(bytes).release();
+    std::free(arrayData);
+    data = arrayData = grown;
+  } else {
+    auto* grown = new uint8_t[bytes];
+    if (arrayData != nullptr) std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
+    delete[] arrayData;
+    data = arrayData = grown;
   }
-  delete[] arrayData;
-  data = arrayData = grown;
   count = n;
   return kResized;
 }
@@ -192,23 +208,29 @@ uint32_t PointerData::ResizeString(uint32_t n) {
 
   const uint64_t bytes = uint64_t{n} + 1;
   RequireUnbackedSize(bytes);
-  auto* grown = new char[bytes];
-  const uint32_t kept = stringData != nullptr && (flags & PointerFlagNoContent) == 0 ? count : 0;
-  if (kept != 0) std::memcpy(grown, stringData, kept);
-  std::memset(grown + kept, 0, bytes - kept);
-  delete[] stringData;
+  char* grown = claimed_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
+  if (!claimed_ && stringData != nullptr) std::memcpy(grown, stringData, count);
+  FreeText(stringData, claimed_);
   data = stringData = grown;
   count = n;
   return kResized;
 }
 
 void PointerData::FreeBuffers() noexcept {
-  delete[] arrayData;
+  if (claimed_) {
+    std::free(arrayData);
+    std::free(stringData);
+    claimed_ = false;
+  } else {
+    delete[] arrayData;
+    delete[] stringData;
+  }
   arrayData = nullptr;
-  delete[] stringData;
   stringData = nullptr;
   if (strings == nullptr) return;
-  for (uint32_t i = 0; i < count; ++i) delete[] strings[i];
+  for (uint32_t i = 0; i < count; ++i) FreeText(strings[i], IsClaimed(i));
+  delete[] claimedStrings_;
+  claimedStrings_ = nullptr;
   delete[] strings;
   strings = nullptr;
   delete[] stringFlags;

@@ -32,7 +32,7 @@ enum PointerFlags : uint32_t {
 ///         if (string->strings[i] != nullptr) Append(string->strings[i], string->stringLengths[i]);
 ///     }
 ///
-/// The object owns its buffers, all of them copies (new[]); none points into the payload, so their
+/// The object owns its buffers, all of them copies; none points into the payload, so their
 /// alignment suits any element. It is neither copied nor assigned.
 class DCAPKIT_API PointerData {
  public:
@@ -79,6 +79,16 @@ class DCAPKIT_API PointerData {
   /// all others are NUL.
   uint32_t ResizeString(uint32_t n);
 
+  /// True when the payload holds no byte of the content of this array, single value or string: it
+  /// was not recorded, or the payload ends too early. The content is zero then. It may be large,
+  /// and takes memory only when it is touched, so look here before reading it.
+  [[nodiscard]] bool IsClaimed() const { return claimed_; }
+
+  /// The same for entry `i` of a string array.
+  [[nodiscard]] bool IsClaimed(uint32_t i) const {
+    return claimedStrings_ != nullptr && claimedStrings_[i];
+  }
+
   /// Copies `width` bytes at `offset` of the payload to `dest`; returns `width`, or 0 with `dest`
   /// untouched when they are not there whole, as `Decoder::ExtractValue` does.
   static uint32_t ExtractValue(const uint8_t* payload, uint32_t size, uint32_t offset,
@@ -92,9 +102,7 @@ class DCAPKIT_API PointerData {
   uint32_t elementSize = 0;   ///< bytes: the width given to `Decode`; string 1, string array 0
   uint32_t count = 0;         ///< array elements, string length, strings; 1 for a single value
 
-  /// Content of an array or single value; null with `PointerFlagSizeOnly` or element size 0. With
-  /// `PointerFlagNoContent` only the first `count` bytes of an array are cleared and the rest is
-  /// unspecified: there is nothing to be read there.
+  /// Content of an array or single value; null with `PointerFlagSizeOnly` or element size 0.
   uint8_t* arrayData = nullptr;
 
   /// The characters of a string and a NUL. With `PointerFlagNoContent` all are NUL.
@@ -121,9 +129,14 @@ class DCAPKIT_API PointerData {
                                                             uint32_t offset);
   [[gnu::visibility("hidden")]] uint32_t ExtractPointerValue(const uint8_t* payload, uint32_t size,
                                                              uint32_t offset, uint32_t width);
-
+  [[gnu::visibility("hidden")]] uint32_t ExtractContent(const uint8_t* payload, uint32_t size,
+                                                        uint32_t offset, uint64_t bytes);
   void FreeBuffers() noexcept;
   [[gnu::cold, gnu::noinline]] static void LogCutValue();
+
+  // Buffers are made with new[], those of claimed content with calloc.
+  bool claimed_ = false;
+  bool* claimedStrings_ = nullptr;  // an element for each entry of `strings`
 };
 
 }  // namespace Data

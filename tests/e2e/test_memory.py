@@ -79,6 +79,21 @@ class Memory(unittest.TestCase):
                 with self.subTest(kind, form=form):
                     self.check("dump", "--format", form, largest=len(call[1]))
 
+    def test_what_is_only_claimed_needs_no_memory(self):
+        size = 200 * MIB
+        for kind, call in {
+                "bytes": (0x900C, struct.pack("<5I", 0x8892, size, 2, size, 7)),
+                "unrecorded": (0x900C, struct.pack("<5I", 0x8892, size, 0x12, size, 7)),
+                "string": (0x9062, struct.pack("<7I", 1, 1, 6, 1, 4, size, 7)),
+                "array": (0x9070, struct.pack("<5I", 0, size // 4, 2, size // 4, 7)),
+                "flush": (0x90A9, struct.pack("<7I", 1, 0, size, 2, 4, 7, 7)),
+                "vertices": (0x9028, struct.pack("<13I", 4, 0, 3, 1, 0x908C, 0, 4, 0x1406, 0, 0, 0, 2, size) +
+                             bytes(4))}.items():
+            write_capture(self.file, call)
+            for form in FORMATS:
+                with self.subTest(kind, form=form):
+                    self.check("dump", "--format", form, largest=0)
+
 
 if __name__ == "__main__":
     main()

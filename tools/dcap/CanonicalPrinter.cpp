@@ -140,10 +140,10 @@ void CanonicalPrinter::Pointer(const Data::PointerData& pointer) {
     out_.Char(':');
   }
   const auto content = [&](std::span<const uint8_t> bytes) {
-    if (ContentIsMissing(pointer)) {
+    if (ContentIsUnrecorded(pointer)) {
       out_.Char('!');
     } else {
-      Checksum(bytes);
+      Checksum(bytes, pointer.IsClaimed());
     }
   };
   switch (pointer.flags & Data::PointerKindMask) {
@@ -180,7 +180,8 @@ void CanonicalPrinter::Strings(const Data::PointerData& pointer) {
     if ((pointer.stringFlags[i] & Data::PointerFlagNoContent) != 0) {
       out_.Char('!');
     } else {
-      Checksum({reinterpret_cast<const uint8_t*>(pointer.strings[i]), pointer.stringLengths[i]});
+      Checksum({reinterpret_cast<const uint8_t*>(pointer.strings[i]), pointer.stringLengths[i]},
+               pointer.IsClaimed(i));
     }
   }
   out_.Char(']');
@@ -217,7 +218,8 @@ void CanonicalPrinter::Bytes(std::span<const uint8_t> bytes) {
   Checksum(bytes);
 }
 
-void CanonicalPrinter::Checksum(std::span<const uint8_t> bytes) {
+void CanonicalPrinter::Checksum(std::span<const uint8_t> bytes, bool claimed) {
   out_.Char('#');
-  out_.Hex(Crc32(bytes), 8);
+  // What is not there is zero, and may be much.
+  out_.Hex(claimed ? Crc32OfZeros(bytes.size()) : Crc32(bytes), 8);
 }

@@ -23,7 +23,7 @@ class CanonicalPrinter final : public Printer {
   void Strings(const Data::PointerData& pointer);
   void Field(const MetaField& field);
   void Bytes(std::span<const uint8_t> bytes);
-  void Checksum(std::span<const uint8_t> bytes);
+  void Checksum(std::span<const uint8_t> bytes, bool claimed = false);
 };
 
 #endif  // DCAP_CANONICALPRINTER_H

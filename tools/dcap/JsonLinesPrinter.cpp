@@ -334,7 +334,7 @@ void JsonLinesPrinter::Strings(const Data::PointerData& pointer) {
 
 void JsonLinesPrinter::StringEntry(const Data::PointerData& pointer, uint32_t index) {
   const uint32_t length = pointer.stringLengths[index];
-  if ((pointer.stringFlags[index] & Data::PointerFlagNoContent) != 0) {
+  if (pointer.IsClaimed(index)) {
     MissingBytes(length);
   } else {
     String({pointer.strings[index], length});

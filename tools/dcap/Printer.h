@@ -44,9 +44,13 @@ inline bool HasContent(const Data::PointerData& pointer) {
 }
 
 /// True when sizes alone are recorded.
+inline bool ContentIsUnrecorded(const Data::PointerData& pointer) {
+  return pointer.data == nullptr || (pointer.flags & Data::PointerFlagNoContent) != 0;
+}
+
+/// True when sizes alone are recorded, or the payload is too short for the content.
 inline bool ContentIsMissing(const Data::PointerData& pointer) {
-  return (pointer.flags & (Data::PointerFlagNoContent | Data::PointerFlagSizeOnly)) != 0 ||
-         pointer.data == nullptr;
+  return ContentIsUnrecorded(pointer) || pointer.IsClaimed();
 }
 
 /// The size of an array, a single value or a string, as recorded.

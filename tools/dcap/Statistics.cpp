@@ -38,8 +38,7 @@ uint64_t RecordedBytes(const Data::TypeDesc& type, const Data::PointerData& poin
     case Data::PointerKindStringArray: {
       uint64_t sum = 0;
       for (uint32_t i = 0; i < pointer.count; ++i) {
-        const bool missing = (pointer.stringFlags[i] & Data::PointerFlagNoContent) != 0;
-        sum += missing ? 0 : pointer.stringLengths[i];
+        sum += pointer.IsClaimed(i) ? 0 : pointer.stringLengths[i];
       }
       return sum;
     }

@@ -243,7 +243,7 @@ void TextPrinter::Strings(const Data::PointerData& pointer) {
     }
     if (pointer.strings[i] == nullptr) {
       out_.Text("NULL");
-    } else if ((pointer.stringFlags[i] & Data::PointerFlagNoContent) != 0) {
+    } else if (pointer.IsClaimed(i)) {
       out_.Char('<');
       out_.Number(pointer.stringLengths[i]);
       out_.Text(" bytes, not recorded>");
