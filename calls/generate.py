@@ -234,10 +234,10 @@ def Dispatch(table):
     text += ("// A switch, so that the processor jumps straight to the handler: no call through a pointer to\n"
              f"// member, no table to run past.\nvoid {table.api}Decoder::ProcessFunctionCall(ApiCallType id, "
              "const uint8_t* data, uint32_t size) {\n  switch (id) {\n")
-    other = {"EGL": "GL", "GL": "EGL"}[table.api]
+    other = {"EGL": "a GL", "GL": "an EGL"}[table.api]
     for call in sorted(table.calls, key=lambda call: call.id):
         text += f"    case ApiCallType::{call.name}:\n      return Process_{call.name}(data, size);\n"
-    return (text + f"    default:  // reserved, or an {other} call\n"
+    return (text + f"    default:  // reserved, or {other} call\n"
             f'      return LogUnrecognizedCall(id, "src/Data/{table.api}Decoder");\n  }}\n}}\n' + FOOTER)
 
 

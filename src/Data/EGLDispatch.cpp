@@ -123,7 +123,7 @@ void EGLDecoder::ProcessFunctionCall(ApiCallType id, const uint8_t* data, uint32
       return Process_eglSetDamageRegionKHR(data, size);
     case ApiCallType::eglCreateSyncKHR:
       return Process_eglCreateSyncKHR(data, size);
-    default:  // reserved, or an GL call
+    default:  // reserved, or a GL call
       return LogUnrecognizedCall(id, "src/Data/EGLDecoder");
   }
 }
