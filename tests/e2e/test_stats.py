@@ -10,8 +10,8 @@ from harness import SAMPLE, captures, dcap, main, summary
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
 KINDS = (("buffer", r"glBuffer(Sub)?Data"), ("texture", r"gl(Compressed)?Tex(Sub)?Image[23]D"),
-         ("shader", "glShaderSource"), ("client_indices", r"glDraw\w*Elements\w*"),
-         ("client_vertices", r"VertexAttribI?PointerData"),
+         ("shader", "glShaderSource"), ("clientIndices", r"glDraw\w*Elements\w*"),
+         ("clientVertices", r"VertexAttribI?PointerData"),
          ("mapped", "FlushMappedBufferRangeData|UnmapBufferData"))
 
 
@@ -45,14 +45,14 @@ def count(listed):
     for line in listed:
         if line["type"] == "frame":
             frames.append({"frame": line["frame"], "number": line["number"], "bytes": line["bytes"],
-                           "calls": 0, "client_data": 0, "metadata": 0,
-                           "uploaded_bytes": collections.Counter()})
+                           "calls": 0, "clientData": 0, "metadata": 0,
+                           "uploadedBytes": collections.Counter()})
         elif line["type"] != "capture":
             frame = frames[-1]
-            frame[{"call": "calls", "client-data": "client_data"}.get(line["type"], "metadata")] += 1
+            frame[{"call": "calls", "client-data": "clientData"}.get(line["type"], "metadata")] += 1
             if "args" in line:
                 kind, size = uploaded(line)
-                frame["uploaded_bytes"][kind] += size
+                frame["uploadedBytes"][kind] += size
     return frames
 
 
@@ -62,10 +62,12 @@ class Statistics(unittest.TestCase):
         for name, path in captures(finished=False).items():
             with self.subTest(name):
                 made, expected = stats(path), summary(path)
-                for key in ("frame_blocks", "set_up_blocks", "calls", "calls_by_name",
-                            "client_data_operations", "metadata_records"):
-                    self.assertEqual(made[key], expected[key], key)
-                self.assertEqual(sorted(map(int, made["calls_by_thread"])), expected["thread_ids"])
+                for key, name in (("frameBlocks", "frame_blocks"), ("setUpBlocks", "set_up_blocks"),
+                                  ("calls", "calls"), ("callsByName", "calls_by_name"),
+                                  ("clientDataByName", "client_data_operations"),
+                                  ("metadataByName", "metadata_records")):
+                    self.assertEqual(made[key], expected[name], key)
+                self.assertEqual(sorted(map(int, made["callsByThread"])), expected["thread_ids"])
 
     def test_each_frame_agrees_with_its_listing(self):
         for name, path in INPUTS.items():
@@ -75,8 +77,8 @@ class Statistics(unittest.TestCase):
                     expected = count(lines(path, *options))
                     self.assertEqual(len(made), len(expected))
                     for one, other in zip(made, expected):
-                        other["uploaded_bytes"] = {
-                            kind: other["uploaded_bytes"][kind] for kind in one["uploaded_bytes"]}
+                        other["uploadedBytes"] = {
+                            kind: other["uploadedBytes"][kind] for kind in one["uploadedBytes"]}
                         self.assertEqual({key: one[key] for key in other}, other)
                         self.assertEqual(one.get("setup", False), one["frame"] == 0)
 
@@ -84,8 +86,8 @@ class Statistics(unittest.TestCase):
         for name, path in INPUTS.items():
             with self.subTest(name):
                 made = stats(path)
-                self.assertEqual(made["draw_calls"], made["calls_by_class"]["draw"])
-                for one, calls in made["calls_by_class"].items():
+                self.assertEqual(made["drawCalls"], made["callsByClass"]["draw"])
+                for one, calls in made["callsByClass"].items():
                     listed = lines(path, "--class", one)
                     self.assertEqual(sum(line["type"] == "call" for line in listed), calls, one)
 
@@ -95,16 +97,16 @@ class Statistics(unittest.TestCase):
                 made = stats(path)
                 rows = [*csv.DictReader(io.StringIO(dcap("stats", "--per-frame", path).decode()))]
                 self.assertEqual([(row["frame"], row["calls"], row["draw"]) for row in rows],
-                                 [(str(frame["frame"]), str(frame["calls"]), str(frame["draw_calls"]))
+                                 [(str(frame["frame"]), str(frame["calls"]), str(frame["drawCalls"]))
                                   for frame in made["frames"]])
                 sums = {key: sum(int(row[key]) for row in rows) for key in rows[0]}
-                for key in ("calls", "client_data", "metadata"):
+                for key in ("calls", "clientData", "metadata"):
                     self.assertEqual(sums[key], made[key])
-                for key, calls in made["calls_by_class"].items():
+                for key, calls in made["callsByClass"].items():
                     self.assertEqual(sums[key], calls)
-                for key, size in made["uploaded_bytes"].items():
-                    self.assertEqual(sums[key + "_bytes"], size)
-                self.assertEqual(sum(made["calls_by_name"].values()), made["calls"])
+                for key, size in made["uploadedBytes"].items():
+                    self.assertEqual(sums[key + "Bytes"], size)
+                self.assertEqual(sum(made["callsByName"].values()), made["calls"])
 
     def test_tables_show_the_same_numbers(self):
         for name, path in INPUTS.items():
@@ -117,16 +119,16 @@ class Statistics(unittest.TestCase):
                     elif line:
                         title = line
                 self.assertEqual(tables[""], {
-                    "frames": made["frame_blocks"], "set-up blocks": made["set_up_blocks"],
-                    "calls": made["calls"], "draw calls": made["draw_calls"],
-                    "client data": made["client_data"], "metadata records": made["metadata"],
-                    "uploaded bytes": sum(made["uploaded_bytes"].values())})
-                for title, key in (("uploaded bytes", "uploaded_bytes"),
-                                   ("calls by class", "calls_by_class"),
-                                   ("calls by thread", "calls_by_thread"),
-                                   ("calls by name", "calls_by_name"),
-                                   ("client data by name", "client_data_operations"),
-                                   ("metadata records by name", "metadata_records")):
+                    "frames": made["frameBlocks"], "set-up blocks": made["setUpBlocks"],
+                    "calls": made["calls"], "draw calls": made["drawCalls"],
+                    "client data": made["clientData"], "metadata records": made["metadata"],
+                    "uploaded bytes": sum(made["uploadedBytes"].values())})
+                for title, key in (("uploaded bytes", "uploadedBytes"),
+                                   ("calls by class", "callsByClass"),
+                                   ("calls by thread", "callsByThread"),
+                                   ("calls by name", "callsByName"),
+                                   ("client data by name", "clientDataByName"),
+                                   ("metadata records by name", "metadataByName")):
                     self.assertEqual(tables[title], {k: n for k, n in made[key].items() if n}, key)
                 most = max((f for f in made["frames"] if f["frame"]), key=lambda f: f["calls"])
                 self.assertRegex(dcap("stats", path).decode(),

@@ -59,9 +59,9 @@ const char* UploadKindName(UploadKind kind) {
     case UploadKind::kMapped:
       return "mapped";
     case UploadKind::kClientVertices:
-      return "client_vertices";
+      return "clientVertices";
     case UploadKind::kClientIndices:
-      return "client_indices";
+      return "clientIndices";
     case UploadKind::kShader:
       return "shader";
     case UploadKind::kProgram:

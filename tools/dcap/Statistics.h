@@ -24,7 +24,7 @@ enum class UploadKind : uint8_t {
 inline constexpr size_t kUploadKinds = 7;
 inline constexpr size_t kCallClasses = 11;
 
-/// "buffer", "texture", "mapped", "client_vertices", "client_indices", "shader", "program".
+/// "buffer", "texture", "mapped", "clientVertices", "clientIndices", "shader", "program".
 const char* UploadKindName(UploadKind kind);
 
 /// Sums over a frame, or over a whole capture.

@@ -150,7 +150,7 @@ class Summary {
 class FrameTable {
  public:
   explicit FrameTable(TextBuffer* out) : out_(out) {
-    out_->Text("frame,number,bytes,calls,client_data,metadata");
+    out_->Text("frame,number,bytes,calls,clientData,metadata");
     for (size_t i = 0; i < kCallClasses; ++i) {
       out_->Char(',');
       out_->Text(ClassName(i));
@@ -158,7 +158,7 @@ class FrameTable {
     for (size_t i = 0; i < kUploadKinds; ++i) {
       out_->Char(',');
       out_->Text(KindName(i));
-      out_->Text("_bytes");
+      out_->Text("Bytes");
     }
     out_->Char('\n');
   }
@@ -209,13 +209,13 @@ class JsonDocument {
 
   void Finish(const Statistics& statistics) {
     writer_.EndArray();
-    Member("frame_blocks", statistics.frames);
-    Member("set_up_blocks", statistics.setUpBlocks);
+    Member("frameBlocks", statistics.frames);
+    Member("setUpBlocks", statistics.setUpBlocks);
     Sums(statistics.total);
-    Object("calls_by_name", statistics.CallsByName());
-    Object("calls_by_thread", statistics.callsByThread);
-    Object("client_data_operations", statistics.clientData);
-    Object("metadata_records", statistics.records);
+    Object("callsByName", statistics.CallsByName());
+    Object("callsByThread", statistics.callsByThread);
+    Object("clientDataByName", statistics.clientData);
+    Object("metadataByName", statistics.records);
     writer_.EndObject();
     stream_.out->Char('\n');
   }
@@ -228,16 +228,16 @@ class JsonDocument {
 
   void Sums(const Counts& counts) {
     Member("calls", counts.calls);
-    Member("draw_calls", counts.Draws());
-    Member("client_data", counts.clientData);
+    Member("drawCalls", counts.Draws());
+    Member("clientData", counts.clientData);
     Member("metadata", counts.records);
-    writer_.Key("calls_by_class");
+    writer_.Key("callsByClass");
     writer_.StartObject();
     for (size_t i = 0; i < kCallClasses; ++i) {
       Member(ClassName(i), counts.byClass[i]);
     }
     writer_.EndObject();
-    writer_.Key("uploaded_bytes");
+    writer_.Key("uploadedBytes");
     writer_.StartObject();
     for (size_t i = 0; i < kUploadKinds; ++i) {
       Member(KindName(i), counts.uploaded[i]);
