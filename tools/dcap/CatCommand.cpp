@@ -24,5 +24,8 @@ void AddCatCommand(CLI::App& app, int* status) {
   command->add_option("FILE", options->files, "captures with the same options")->required();
   command->add_option("-o,--output", options->copy.output, "the capture to write")->required();
   command->add_flag("--renumber", options->copy.renumber, "number the frames 1, 2, 3, ...");
+  command->footer(R"(Examples:
+  dcap cat -o both.dcap FILE1 FILE2
+  dcap cat --renumber -o all.dcap part-*.dcap)");
   command->callback([options, status] { *status = CopyCaptures(options->files, options->copy); });
 }

@@ -15,7 +15,8 @@ enum ExitStatus : int {
   kExitIncomplete = 3,
 };
 
-/// Adds a command to the tool. The command's callback leaves its exit status in `*status`.
+/// Adds a command to the tool. The command's callback leaves its exit status in `*status`, its
+/// footer ends with examples.
 using AddCommand = void(CLI::App& app, int* status);
 
 AddCommand AddDumpCommand;

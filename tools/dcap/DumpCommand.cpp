@@ -65,5 +65,10 @@ void AddDumpCommand(CLI::App& app, int* status) {
   command->add_option("--blobs", options->blobs, "write byte data to DIR/CRC32-BYTES.bin")
       ->type_name("DIR");
   AddSelectionOptions(command, &options->selection);
+  command->footer(R"(Examples:
+  dcap dump FILE | less
+  dcap dump --frames 10-20 --calls 'glDraw*,eglSwapBuffers' FILE
+  dcap dump --format jsonl FILE | jq -r 'select(.type == "call") | .name' | sort | uniq -c
+  dcap dump --class upload --blobs textures FILE)");
   command->callback([options, status] { *status = Dump(*options); });
 }

@@ -128,7 +128,12 @@ void AddFinalizeCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->copy, "write a finalised copy, change nothing");
   command->add_flag("-n,--dry-run", options->dryRun, "only show what would change");
   command->footer(
-      "Exit status 3 tells that the capture had been cut: a sub-block that is not there whole is "
-      "left out,\nand the file shortened by it.");
+      R"(Exit status 3 tells that the capture had been cut: a sub-block that is not there whole is left
+out, and the file shortened by it.
+
+Examples:
+  dcap finalize --dry-run FILE
+  dcap finalize FILE
+  dcap finalize -o finished.dcap FILE)");
   command->callback([options, status] { *status = Finalize(*options); });
 }

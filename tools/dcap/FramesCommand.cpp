@@ -107,8 +107,12 @@ void AddFramesCommand(CLI::App& app, int* status) {
   command->add_option("FILE", options->file, "the capture")->required();
   command->add_flag("--json", options->json, "an array of objects instead of a table");
   command->footer(
-      "A line for each frame: its place in the capture from 1, its recorded sequence number, and\n"
-      "offset and size of its block in the file, header and trailer included. Reads 10 bytes of\n"
-      "each block.");
+      R"(A line for each frame: its place in the capture from 1, its recorded sequence number, and
+offset and size of its block in the file, header and trailer included. Reads 10 bytes of
+each block.
+
+Examples:
+  dcap frames FILE
+  dcap frames --json FILE | jq 'max_by(.bytes)')");
   command->callback([options, status] { *status = Frames(*options); });
 }

@@ -357,7 +357,12 @@ void AddInfoCommand(CLI::App& app, int* status) {
                     "count threads, calls, records and payload bytes as well");
   command->add_flag("--json", options->json, "as an object");
   command->footer(
-      "Reads the header of each block, with --scan that of each sub-block too, but no payloads:\n"
-      "what payloads hold is not checked.");
+      R"(Reads the header of each block, with --scan that of each sub-block too, but no payloads:
+what payloads hold is not checked.
+
+Examples:
+  dcap info FILE
+  dcap info --scan FILE
+  dcap info --json --scan FILE | jq .threads)");
   command->callback([options, status] { *status = Info(*options); });
 }

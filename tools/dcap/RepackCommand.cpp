@@ -36,5 +36,8 @@ void AddRepackCommand(CLI::App& app, int* status) {
       ->check(CLI::IsMember({"none", "lz4", "lz77"}));
   command->add_flag("--trailers", options->trailers, "end blocks with a trailer")
       ->excludes(command->add_flag("--no-trailers", options->noTrailers, "end them without"));
+  command->footer(R"(Examples:
+  dcap repack --compression lz4 -o small.dcap FILE
+  dcap repack --compression none --no-trailers -o plain.dcap FILE)");
   command->callback([options, status] { *status = Repack(*options); });
 }

@@ -299,5 +299,9 @@ void AddStatsCommand(CLI::App& app, int* status) {
       command->add_flag("--per-frame", options->perFrame, "a line of CSV for each frame");
   command->add_flag("--json", options->json, "one JSON object")->excludes(perFrame);
   AddSelectionOptions(command, &options->selection);
+  command->footer(R"(Examples:
+  dcap stats FILE
+  dcap stats --per-frame FILE > frames.csv
+  dcap stats --json --class draw FILE | jq .callsByName)");
   command->callback([options, status] { *status = Stats(*options); });
 }

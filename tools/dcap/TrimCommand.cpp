@@ -23,5 +23,8 @@ void AddTrimCommand(CLI::App& app, int* status) {
   command->add_option("-o,--output", options->copy.output, "the capture to write")->required();
   AddSelectionOptions(command, &options->copy.selection);
   command->add_flag("--renumber", options->copy.renumber, "number the frames 1, 2, 3, ...");
+  command->footer(R"(Examples:
+  dcap trim --frames 0-100 -o start.dcap FILE
+  dcap trim --calls '!glGetError' --renumber -o quiet.dcap FILE)");
   command->callback([options, status] { *status = CopyCaptures({options->file}, options->copy); });
 }

@@ -1,0 +1,71 @@
+"""How the tool behaves: help, mistakes on the command line, terminals and pipes."""
+import os
+import re
+import subprocess
+import unittest
+
+from harness import SAMPLE, TOOL, dcap, main, run
+
+
+def commands():
+    listed = dcap("--help").decode().split("Commands:\n")[1].split("\n\n")[0]
+    return [line.split()[0] for line in listed.splitlines()]
+
+
+class Manners(unittest.TestCase):
+    def test_every_command_has_help_with_examples_that_it_understands(self):
+        for command in commands():
+            with self.subTest(command):
+                text = dcap(command, "--help").decode()
+                self.assertIn(f"Usage: dcap {command} [OPTION...] FILE", text)
+                examples = text.split("\nExamples:\n")[1].splitlines()
+                self.assertGreater(len(examples), 0)
+                for example in examples:
+                    self.assertRegex(example, rf"\bdcap {command}\b")
+                    for option in re.findall(r" (--[a-z-]+)", example.split("|")[0]):
+                        self.assertIn(option, text.split("\nExamples:\n")[0])
+
+    def test_a_near_miss_is_suggested(self):
+        for arguments, error in (
+                (["dmup", SAMPLE], "unknown command 'dmup': did you mean 'dump'?"),
+                (["xyzzy"], "unknown command 'xyzzy'"),
+                (["dump", SAMPLE, "--fromat=text"],
+                 "unknown option '--fromat': did you mean '--format'?"),
+                (["dump", "--frame", "3", SAMPLE],
+                 "unknown option '--frame': did you mean '--frames'?"),
+                (["stats", "--verbos", SAMPLE],
+                 "unknown option '--verbos': did you mean '--verbose'?"),
+                (["dump", "--sort", SAMPLE], "unknown option '--sort'"),
+                (["dump", "--frames"], "--frames: a value is missing"),
+                (["dump"], "FILE is required"),
+                ([], "a command is required")):
+            with self.subTest(error):
+                lines = run(*arguments, status=2).stderr.decode().splitlines()
+                self.assertEqual(lines[0], "dcap: " + error)
+                self.assertRegex(lines[1], "^Run 'dcap( (dump|stats))? --help' for more information.$")
+
+    def test_a_file_may_bear_the_name_of_a_command(self):
+        self.assertIn(b"dcap: stats: Cannot read", run("dump", "stats", status=1, cwd="/").stderr)
+
+    def test_a_reader_that_has_had_enough_is_no_error(self):
+        for arguments in (["dump"], ["dump", "--format", "jsonl"], ["stats", "--json"]):
+            with self.subTest(arguments):
+                reader, writer = os.pipe()
+                os.close(reader)
+                done = subprocess.run([TOOL, *arguments, SAMPLE], stdout=writer,
+                                      stderr=subprocess.PIPE, check=False)
+                os.close(writer)
+                self.assertEqual(done.stderr, b"")
+
+    def test_output_that_cannot_be_written_is_an_error(self):
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run([TOOL, "dump", SAMPLE], stdout=full, stderr=subprocess.PIPE,
+                                  check=False)
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, b"dcap: standard output: No space left on device\n"))
+        error = run("dump", "--blobs", "/dev/null/folder", SAMPLE, status=1).stderr
+        self.assertEqual(error, b"dcap: /dev/null/folder: Not a directory\n")
+
+
+if __name__ == "__main__":
+    main()

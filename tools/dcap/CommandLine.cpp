@@ -1,0 +1,149 @@
+#include "CommandLine.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <numeric>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "Command.h"
+
+namespace {
+
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() {
+    column_width(30);
+    label("OPTIONS", "OPTION...");
+    label("SUBCOMMAND", "COMMAND ...");
+    label("Positionals", "Arguments");
+    label("TEXT", "FILE");
+  }
+
+  std::string make_group(std::string group, bool isPositional,
+                         std::vector<const CLI::Option*> options) const override {
+    std::string text = CLI::Formatter::make_group(group, isPositional, std::move(options));
+    // The caller has left a line between two groups.
+    return isPositional || group == "Options" ? text : text.substr(1);
+  }
+
+  // The form of the value: a name, or the words to choose from.
+  std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_type_size() == 0 || option->get_positional()) {
+      return option->get_expected_max() == CLI::detail::expected_max_vector_size ? "..." : "";
+    }
+    std::string form = option->get_type_name();
+    if (const size_t brace = form.find('{'); brace != std::string::npos) {
+      form = form.substr(brace + 1, form.find('}') - brace - 1);
+      std::ranges::replace(form, ',', '|');
+    }
+    return " " + get_label(form);
+  }
+
+  std::string make_option_desc(const CLI::Option* option) const override {
+    std::string text = option->get_description();
+    if (option->get_required() && !option->get_positional()) {
+      text += " (required)";
+    }
+    if (!option->get_default_str().empty()) {
+      text += " (" + option->get_default_str() + ")";
+    }
+    return text;
+  }
+};
+
+// How many characters must be inserted, removed, replaced or swapped with the next.
+size_t EditDistance(std::string_view from, std::string_view to) {
+  std::vector<size_t> beforeLast;
+  std::vector<size_t> last(to.size() + 1);
+  std::iota(last.begin(), last.end(), size_t{0});
+  for (size_t i = 1; i <= from.size(); ++i) {
+    std::vector<size_t> row(to.size() + 1, i);
+    for (size_t j = 1; j <= to.size(); ++j) {
+      row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (from[i - 1] != to[j - 1])});
+      if (i > 1 && j > 1 && from[i - 1] == to[j - 2] && from[i - 2] == to[j - 1]) {
+        row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+      }
+    }
+    beforeLast = std::exchange(last, std::move(row));
+  }
+  return last[to.size()];
+}
+
+// ": did you mean 'dump'?", or nothing when no name is near.
+std::string Suggest(std::string_view word, const std::vector<std::string>& names) {
+  const auto distance = [word](const std::string& name) { return EditDistance(word, name); };
+  const auto nearest = std::ranges::min_element(names, {}, distance);
+  if (nearest == names.end() || distance(*nearest) > std::max<size_t>(1, word.size() / 3)) {
+    return "";
+  }
+  return ": did you mean '" + *nearest + "'?";
+}
+
+void AppendOptions(const CLI::App& app, std::vector<std::string>* names) {
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) {
+      names->push_back("--" + name);
+    }
+  }
+}
+
+// What was not understood: an option, if there is one, since its value then counts as an argument.
+std::string Stranger(const CLI::App& app) {
+  const std::vector<std::string> extras = app.remaining(true);
+  const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
+  const auto found = std::ranges::find_if(extras, isOption);
+  return found != extras.end() ? *found : extras.empty() ? "" : extras.front();
+}
+
+std::string Complaint(const CLI::App& app, const CLI::App& command, const CLI::ParseError& error) {
+  const std::string stranger = Stranger(app);
+  if (stranger.starts_with('-')) {
+    std::vector<std::string> names;
+    AppendOptions(command, &names);
+    AppendOptions(app, &names);
+    const std::string name = stranger.substr(0, stranger.find('='));
+    return "unknown option '" + name + "'" + Suggest(name, names);
+  }
+  if (&command == &app && !stranger.empty()) {
+    std::vector<std::string> names;
+    for (const CLI::App* known : app.get_subcommands({})) {
+      names.push_back(known->get_name());
+    }
+    return "unknown command '" + stranger + "'" + Suggest(stranger, names);
+  }
+  if (&command == &app && error.get_name() == "RequiredError") {
+    return "a command is required";
+  }
+  const std::string text = error.what();
+  return error.get_name() == "ArgumentMismatch"
+             ? text.substr(0, text.find(':')) + ": a value is missing"
+             : text;
+}
+
+}  // namespace
+
+void UseHelpFormat(CLI::App* app) {
+  app->formatter(std::make_shared<HelpFormatter>());
+  app->set_help_flag("-h,--help", "show this help");
+}
+
+int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {
+  if (error.get_exit_code() == 0) {
+    app.exit(error, std::cout, std::cerr);
+    return kExitOk;
+  }
+  const std::vector<CLI::App*> parsed = app.get_subcommands();
+  const CLI::App& command = parsed.empty() ? app : *parsed.front();
+  const std::string name = &command == &app ? "dcap" : "dcap " + command.get_name();
+  std::fprintf(stderr, "dcap: %s\nRun '%s --help' for more information.\n",
+               Complaint(app, command, error).c_str(), name.c_str());
+  return kExitUsage;
+}
