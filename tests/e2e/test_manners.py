@@ -1,5 +1,6 @@
 """How the tool behaves: help, mistakes on the command line, terminals and pipes."""
 import os
+import pty
 import re
 import subprocess
 import unittest
@@ -10,6 +11,23 @@ from harness import SAMPLE, TOOL, dcap, main, run
 def commands():
     listed = dcap("--help").decode().split("Commands:\n")[1].split("\n\n")[0]
     return [line.split()[0] for line in listed.splitlines()]
+
+
+def on_terminal(*arguments, **environment):
+    """What the tool writes to a terminal."""
+    leader, follower = pty.openpty()
+    variables = {key: value for key, value in os.environ.items() if key not in ("NO_COLOR", "TERM")}
+    with subprocess.Popen([TOOL, *map(str, arguments)], stdout=follower, stderr=follower,
+                          env={**variables, **environment}) as process:
+        os.close(follower)
+        text = b""
+        try:
+            while piece := os.read(leader, 65536):
+                text += piece
+        except OSError:  # the other side is closed
+            pass
+        os.close(leader)
+    return process.returncode, text.replace(b"\r\n", b"\n")
 
 
 class Manners(unittest.TestCase):
@@ -46,6 +64,16 @@ class Manners(unittest.TestCase):
 
     def test_a_file_may_bear_the_name_of_a_command(self):
         self.assertIn(b"dcap: stats: Cannot read", run("dump", "stats", status=1, cwd="/").stderr)
+
+    def test_colours_are_for_terminals_only(self):
+        plain = dcap("dump", SAMPLE)
+        self.assertNotIn(b"\033", plain)
+        status, coloured = on_terminal("dump", SAMPLE, TERM="xterm")
+        self.assertEqual(status, 0)
+        self.assertIn(b"\033[1mglDrawArrays\033[0m(mode=", coloured)
+        self.assertEqual(re.sub(rb"\033\[\dm", b"", coloured), plain)
+        for environment in ({"TERM": "xterm", "NO_COLOR": "1"}, {"TERM": "dumb"}, {}):
+            self.assertEqual(on_terminal("dump", SAMPLE, **environment), (0, plain))
 
     def test_a_reader_that_has_had_enough_is_no_error(self):
         for arguments in (["dump"], ["dump", "--format", "jsonl"], ["stats", "--json"]):

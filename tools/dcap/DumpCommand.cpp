@@ -43,7 +43,7 @@ int Dump(const Options& options) {
 
 std::unique_ptr<Printer> MakePrinter(const PrinterOptions& options, TextSink* sink) {
   if (options.format == "text") {
-    return std::make_unique<TextPrinter>(sink, options.numeric);
+    return std::make_unique<TextPrinter>(sink, options.numeric, options.coloured);
   }
   if (options.format == "jsonl") {
     return std::make_unique<JsonLinesPrinter>(sink, options.numeric);
@@ -70,5 +70,8 @@ void AddDumpCommand(CLI::App& app, int* status) {
   dcap dump --frames 10-20 --calls 'glDraw*,eglSwapBuffers' FILE
   dcap dump --format jsonl FILE | jq -r 'select(.type == "call") | .name' | sort | uniq -c
   dcap dump --class upload --blobs textures FILE)");
-  command->callback([options, status] { *status = Dump(*options); });
+  command->callback([options, status] {
+    options->printer.coloured = OutputHasColours();
+    *status = Dump(*options);
+  });
 }

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include <unistd.h>
@@ -17,6 +18,13 @@ int ReportOutputError(const OutputError& error) {
   }
   std::fprintf(stderr, "dcap: %s\n", error.what());
   return kExitFailure;
+}
+
+bool OutputHasColours() {
+  const char* refusal = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) != 0 && (refusal == nullptr || *refusal == '\0') &&
+         terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 
 void StandardOutput::Write(std::string_view text) {

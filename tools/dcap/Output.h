@@ -24,6 +24,9 @@ class OutputError : public std::runtime_error {
 /// `ExitStatus`.
 int ReportOutputError(const OutputError& error);
 
+/// Whether standard output is a terminal that shows colours, and the user wants them.
+bool OutputHasColours();
+
 class StandardOutput : public TextSink {
  public:
   /// Throws `OutputError`.

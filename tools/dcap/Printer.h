@@ -28,6 +28,7 @@ class Printer : public EventHandler {
 struct PrinterOptions {
   std::string format = "text";  ///< "text", "jsonl" or "canonical"
   bool numeric = false;         ///< numbers instead of names of enumerants and bits
+  bool coloured = false;        ///< escape sequences of terminals in the text form
 };
 
 /// A printer of `dcap dump`. Null for an unknown format.

@@ -9,6 +9,10 @@ namespace {
 // Elements of an array that are listed; of the others only the number.
 constexpr uint32_t kListedElements = 16;
 
+constexpr std::string_view kDim = "\033[2m";
+constexpr std::string_view kBold = "\033[1m";
+constexpr std::string_view kPlain = "\033[0m";
+
 const char* BooleanName(Data::Api api, uint32_t value) {
   if (value > 1) {
     return nullptr;
@@ -22,6 +26,7 @@ const char* BooleanName(Data::Api api, uint32_t value) {
 }  // namespace
 
 void TextPrinter::FileStart(const Data::FileHeader& header) {
+  Style(kDim);
   out_.Text("# DCAP ");
   out_.Number(unsigned{header.versionMajor});
   out_.Char('.');
@@ -31,10 +36,12 @@ void TextPrinter::FileStart(const Data::FileHeader& header) {
   out_.Text(" frames, ");
   out_.Number(uint64_t{header.fileSize});
   out_.Text(" bytes");
+  Style(kPlain);
   out_.Char('\n');
 }
 
 void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& header) {
+  Style(kDim);
   if (context.setUp) {
     out_.Text("# set-up block ");
   } else {
@@ -46,13 +53,14 @@ void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& he
   out_.Text(", ");
   out_.Number(uint32_t{header.size});
   out_.Text(" bytes");
+  Style(kPlain);
   out_.Char('\n');
 }
 
 void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
   LineStart(context);
-  out_.Text(call.name);
+  Name("", call.name);
   out_.Char('(');
   for (size_t i = 0; i < call.parameterCount; ++i) {
     if (i != 0) {
@@ -77,8 +85,7 @@ void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& 
 
 void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record) {
   LineStart(context);
-  out_.Text("meta.");
-  out_.Text(record.name);
+  Name("meta.", record.name);
   out_.Char('(');
   const char* gap = "";
   for (const MetaField& field : record.fields) {
@@ -93,12 +100,21 @@ void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record
 }
 
 void TextPrinter::LineStart(const EventContext& context) {
+  Style(kDim);
   if (context.hasThread) {
     out_.Number(context.threadId);
   } else {
     out_.Char('-');
   }
+  Style(kPlain);
   out_.Char(' ');
+}
+
+void TextPrinter::Name(std::string_view prefix, std::string_view name) {
+  Style(kBold);
+  out_.Text(prefix);
+  out_.Text(name);
+  Style(kPlain);
 }
 
 void TextPrinter::Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value) {

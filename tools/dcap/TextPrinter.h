@@ -6,8 +6,10 @@
 
 class TextPrinter final : public Printer {
  public:
-  /// Values that have names are written as numbers when `numeric`.
-  TextPrinter(TextSink* sink, bool numeric) : Printer(sink), numeric_(numeric) {}
+  /// Values that have names are written as numbers when `numeric`. The escape sequences of a
+  /// terminal set names off when `coloured`.
+  TextPrinter(TextSink* sink, bool numeric, bool coloured)
+      : Printer(sink), numeric_(numeric), coloured_(coloured) {}
 
   void FileStart(const Data::FileHeader& header) override;
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
@@ -30,7 +32,15 @@ class TextPrinter final : public Printer {
   void Bytes(std::span<const uint8_t> bytes);
   void Field(const MetaField& field);
 
+  void Style(std::string_view sequence) {
+    if (coloured_) {
+      out_.Text(sequence);
+    }
+  }
+  void Name(std::string_view prefix, std::string_view name);
+
   const bool numeric_;
+  const bool coloured_;
 };
 
 #endif  // DCAP_TEXTPRINTER_H
