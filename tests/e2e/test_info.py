@@ -34,7 +34,7 @@ class Info(unittest.TestCase):
                 self.assertEqual(told["finalised"], not name.endswith("-unfinished"))
                 self.assertEqual(told["finalisedBytes"], expected["file_bytes"])
                 self.assertEqual(told["optionMask"], int(expected["option_mask"], 16))
-                self.assertEqual(told["compression"].lower(), expected["compression"])
+                self.assertEqual(told["compression"], expected["compression"])
                 self.assertEqual(told["frames"], expected["frame_blocks"])
                 self.assertEqual(told["processedSetUpBlocks"], expected["set_up_blocks"])
                 self.assertEqual((told["firstNumber"], told["lastNumber"]), (1, told["frames"]))

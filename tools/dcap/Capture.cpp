@@ -109,6 +109,19 @@ std::string DescribeState(const Data::CaptureRecovery& recovery) {
   return text.substr(0, text.size() - 2);
 }
 
+const char* CompressionName(uint32_t optionMask) {
+  switch ((optionMask & Data::kOptionCompressionMask) >> Data::kOptionCompressionShift) {
+    case Data::kCompressionNone:
+      return "none";
+    case Data::kCompressionLZ4:
+      return "lz4";
+    case Data::kCompressionLZ77:
+      return "lz77";
+    default:
+      return "unknown";
+  }
+}
+
 int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection) {
   EventConsumer consumer(handler, &selection);
   std::shared_ptr<Core::DataReader> reader;

@@ -46,6 +46,9 @@ std::vector<std::string_view> MissingParts(const Data::CaptureRecovery& recovery
 /// What is missing or left out of a capture, in words; empty when nothing is.
 std::string DescribeState(const Data::CaptureRecovery& recovery);
 
+/// "none", "lz4" or "lz77" by the option mask of a header; "unknown" for other types.
+const char* CompressionName(uint32_t optionMask);
+
 /// Walks the capture at `path` and hands what is selected of it to `handler`, ending after the last
 /// selected frame. What ends the walk early is reported on stderr with the file, the byte offset,
 /// the frame and the cause. Returns an `ExitStatus`; events up to the failure have been handled.

@@ -117,19 +117,6 @@ void Examine(Core::DataReader* reader, Findings* findings) {
   }
 }
 
-const char* CompressionName(uint32_t mask) {
-  switch ((mask & Data::kOptionCompressionMask) >> Data::kOptionCompressionShift) {
-    case Data::kCompressionNone:
-      return "none";
-    case Data::kCompressionLZ4:
-      return "LZ4";
-    case Data::kCompressionLZ77:
-      return "LZ77";
-    default:
-      return "unknown";
-  }
-}
-
 struct Option {
   const char* key;
   bool isSet;

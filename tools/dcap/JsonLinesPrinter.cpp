@@ -6,22 +6,12 @@
 
 #include <rapidjson/memorystream.h>
 
+#include "Capture.h"
 #include "Checksum.h"
 
 namespace {
 
 std::string_view ApiName(Data::Api api) { return api == Data::Api::kEGL ? "EGL" : "GLES"; }
-
-std::string_view CompressionName(uint32_t optionMask) {
-  switch ((optionMask & Data::kOptionCompressionMask) >> Data::kOptionCompressionShift) {
-    case Data::kCompressionLZ4:
-      return "lz4";
-    case Data::kCompressionLZ77:
-      return "lz77";
-    default:
-      return "none";
-  }
-}
 
 // Where the validator of encodings writes to.
 struct Nowhere {
