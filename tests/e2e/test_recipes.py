@@ -1,4 +1,4 @@
-"""The SQL of docs/recipes.md, run with DuckDB, answers what `dcap stats` counts.
+"""The SQL of docs/recipes.md and docs/farm.md, run with DuckDB, answers what `dcap stats` counts.
 
 DuckDB comes from the npm registry, into the build directory when this test first runs there.
 """
@@ -12,7 +12,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from harness import SAMPLE, SOURCE, captures, dcap, main
+from harness import SAMPLE, SOURCE, TOOL, captures, dcap, main
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
 BINARIES = Path(os.environ.get("DCAPKIT_BINARY_DIR", SOURCE / "build"))
@@ -46,11 +46,22 @@ def install_duckdb():
     return folder
 
 
-def questions():
-    """The statements that prepare the tables, and the questions by their headings."""
-    text = (SOURCE / "docs/recipes.md").read_text().split("\n## SQL\n")[1]
-    blocks = re.findall(r"(?:^### (.*?)\n+)?^```sql\n(.*?)^```$", text, re.M | re.S)
-    return blocks[0][1], {title: sql for title, sql in blocks[1:]}
+def blocks(document, language):
+    """The blocks of a document, each with the heading right before it."""
+    return re.findall(rf"(?:^### (.*?)\n+)?^```{language}\n(.*?)^```$",
+                      (SOURCE / "docs" / document).read_text(), re.M | re.S)
+
+
+def ask(folders, prepare, questions):
+    """The rows that answer each question in each folder, whole numbers as such: wide ones are texts."""
+    job = {"folders": [*map(str, folders)], "prepare": prepare, "questions": questions}
+    done = subprocess.run(["node", "query.mjs"], cwd=DUCKDB, input=json.dumps(job),
+                          capture_output=True, text=True)
+    if done.returncode != 0:
+        raise AssertionError(done.stderr)
+    return [[[[int(value) if isinstance(value, str) and value.isdecimal() else value
+               for value in row] for row in rows] for rows in answers]
+            for answers in json.loads(done.stdout)]
 
 
 def expected(title, stats):
@@ -84,31 +95,42 @@ def expected(title, stats):
     raise AssertionError("no answer is known to: " + title)
 
 
-def numbers(rows):
-    """Rows with whole numbers as such: wide ones come as texts."""
-    return [[int(value) if isinstance(value, str) and value.isdecimal() else value
-             for value in row] for row in rows]
-
-
 class Recipes(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.work = Path(folder.name)
+
     def test_sql_answers_what_stats_counts(self):
-        prepare, asked = questions()
+        (_, prepare), *asked = blocks("recipes.md", "sql")
         self.assertEqual(len(asked), 10)
-        with tempfile.TemporaryDirectory() as work:
-            folders = [Path(work) / name for name in INPUTS]
-            for folder, path in zip(folders, INPUTS.values()):
-                folder.mkdir()
-                (folder / "capture.jsonl").write_bytes(dcap("dump", "--format", "jsonl", path))
-            job = {"folders": [*map(str, folders)], "prepare": prepare,
-                   "questions": [*asked.values()]}
-            done = subprocess.run(["node", "query.mjs"], cwd=DUCKDB, input=json.dumps(job),
-                                  capture_output=True, text=True)
-            self.assertEqual(done.returncode, 0, done.stderr)
-        for (name, path), answers in zip(INPUTS.items(), json.loads(done.stdout)):
+        folders = [self.work / name for name in INPUTS]
+        for folder, path in zip(folders, INPUTS.values()):
+            folder.mkdir()
+            (folder / "capture.jsonl").write_bytes(dcap("dump", "--format", "jsonl", path))
+        answers = ask(folders, prepare, [sql for _, sql in asked])
+        for (name, path), answered in zip(INPUTS.items(), answers):
             stats = json.loads(dcap("stats", "--json", path))
-            for title, rows in zip(asked, answers):
+            for (title, _), rows in zip(asked, answered):
                 with self.subTest(name, question=title):
-                    self.assertEqual(numbers(rows), [[*row] for row in expected(title, stats)])
+                    self.assertEqual(rows, [[*row] for row in expected(title, stats)])
+
+    def test_a_farm_answers_what_stats_counts_of_each_capture(self):
+        (self.work / "captures").mkdir()
+        for path in INPUTS.values():
+            shutil.copy(path, self.work / "captures")
+        (_, task), = blocks("farm.md", "bash")
+        subprocess.run(["bash", "-ec", task], cwd=self.work, check=True, stderr=subprocess.DEVNULL,
+                       env={**os.environ, "PATH": f"{Path(TOOL).parent}:{os.environ['PATH']}"})
+        (_, lines), (_, totals), (_, partition), (_, busiest) = blocks("farm.md", "sql")
+        (totals, busiest), = ask([self.work], lines + partition, [totals, busiest])
+        stats = {name: json.loads(dcap("stats", "--json", path)) for name, path in INPUTS.items()}
+        self.assertEqual(totals, [[name, one["frameBlocks"], one["calls"], one["drawCalls"]]
+                                  for name, one in sorted(stats.items())])
+        self.assertEqual(busiest, sorted(
+            ([name, frame["frame"], frame["calls"]] for name, one in stats.items()
+             for frame in one["frames"] if 2 <= frame["frame"] <= 10 and frame["calls"]),
+            key=lambda row: (-row[2], *row[:2]))[:10])
 
 
 if __name__ == "__main__":
