@@ -33,7 +33,7 @@ demo: all  ## build, then show a sample capture as the tool prints it
 
 .PHONY: test
 test:  ## the gate: both compilers, every check and every test
-	$(packages) build test
+	$(packages) build test docs
 	cmake --preset test
 	cmake --build build-test
 	cmake --preset asan
@@ -78,6 +78,11 @@ bench:  ## measure the speed, as ratios to bare baselines (bench/README.md)
 	cmake --build build-bench
 	bench/run build-bench
 	bench/instructions build-bench
+
+.PHONY: docs
+docs:  ## write the reference of the public headers, build-docs/html/index.html
+	$(packages) docs
+	scripts/reference build-docs
 
 .PHONY: symbols
 symbols:  ## write the list of symbols that the shared library shows

@@ -1,4 +1,4 @@
-# Checks of the tree itself, run beside the tests: formatting, lint, and generated code.
+# Checks of the tree itself, run beside the tests: formatting, lint, comments, and generated code.
 find_program(CLANG_FORMAT clang-format-14 REQUIRED)
 find_program(CLANG_TIDY clang-tidy-14 REQUIRED)
 
@@ -6,6 +6,9 @@ dcapkit_add_test(check format ${PROJECT_SOURCE_DIR}/scripts/check-format ${CLANG
 if(EXISTS ${PROJECT_SOURCE_DIR}/calls/generate.py)
   dcapkit_add_test(check generated ${Python3_EXECUTABLE} calls/generate.py --check)
 endif()
+
+dcapkit_add_test(check reference ${PROJECT_SOURCE_DIR}/scripts/reference
+                 ${PROJECT_BINARY_DIR}/reference)
 
 # One test for each source, so that they share the processors with the other tests.
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/handwritten OUTPUT_VARIABLE HANDWRITTEN
