@@ -104,9 +104,9 @@ class TextureKeeper : public Data::GLAdapter {
         kFormats, upload.type == kUnsignedByte ? upload.format : 0, &PixelFormat::format);
     // The layers of a 3D texture lie below each other. Rows may be padded; those stay as they are.
     const int64_t rows = int64_t{upload.height} * upload.depth;
-    const bool isImage = known != std::end(kFormats) &&
-                         rows * upload.width == int64_t{pixels.count} / known->components &&
-                         pixels.count % known->components == 0;
+    const auto [least, most] = std::minmax({upload.width, upload.height, upload.depth});
+    const bool isImage = known != std::end(kFormats) && least > 0 && most < (1 << 20) &&
+                         rows * upload.width * known->components == pixels.count;
     const std::string name = std::to_string(++kept_) + (isImage ? ".pam" : ".bin");
     std::ofstream file(folder_ / name, std::ios::binary);
     if (isImage) {

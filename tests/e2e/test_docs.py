@@ -19,6 +19,12 @@ class Documents(unittest.TestCase):
         self.assertEqual(blocks("README.md", "cpp"),
                          [(SOURCE / "examples/draws_per_frame.cpp").read_text()])
 
+    def test_code_in_documents_is_that_of_the_examples(self):
+        examples = [file.read_text() for file in (SOURCE / "examples").glob("*.cpp")]
+        for document in (SOURCE / "docs").glob("*.md"):
+            for code in blocks(document, "cpp"):
+                self.assertTrue(any(code in example for example in examples), code)
+
     @unittest.skipIf(os.environ.get("DCAPKIT_TEST_KIND"), "programs link with the plain build only")
     def test_commands_in_documents_print_what_these_show(self):
         build = Path(TOOL).parents[1]
@@ -35,16 +41,22 @@ class Documents(unittest.TestCase):
                 self.assertEqual(done.stdout.splitlines(), shown)
 
     def test_the_hex_example_of_the_format_is_the_capture_it_describes(self):
-        lines = re.findall(r"^    [0-9a-f]{8}: ((?:[0-9a-f]{2,4} )+)",
-                           (SOURCE / "docs/format.md").read_text(), re.M)
+        text = (SOURCE / "docs/format.md").read_text()
+        lines = re.findall(r"^    [0-9a-f]{8}: ((?:[0-9a-f]{2,4} )+)", text, re.M)
+        capture = bytes.fromhex("".join(lines))
+        described = re.findall(r"^\| ([0-9A-F]{2}) \| (`.*?) \|", text, re.M)
+        self.assertGreater(len(described), 10)
+        for offset, shown in described:
+            shown = bytes.fromhex(re.sub("[`,]", "", shown))
+            self.assertEqual(capture[int(offset, 16):][:len(shown)], shown, offset)
         with tempfile.TemporaryDirectory() as folder:
             path = os.path.join(folder, "example.dcap")
-            Path(path).write_bytes(bytes.fromhex("".join(lines)))
+            Path(path).write_bytes(capture)
             self.assertEqual(dcap("dump", path).decode().splitlines(),
-                             ["# DCAP 1.2, 1 frames, 82 bytes",
-                              "# frame 1, number 1, 44 bytes",
+                             ["# DCAP 1.2, 1 frames, 103 bytes",
+                              "# frame 1, number 1, 65 bytes",
                               "4101 glBindBuffer(target=GL_ARRAY_BUFFER, buffer=3)",
-                              "4101 glFinish()"])
+                              "4101 glGetUniformLocation(program=7, name=\"angle\") = 2"])
 
 
 if __name__ == "__main__":
