@@ -1,0 +1,129 @@
+"""Every command on every capture of a real program: what they tell agrees with the summaries of the
+captures and among the commands."""
+import collections
+import functools
+import json
+import re
+import tempfile
+import unittest
+from pathlib import Path
+
+from harness import captures, dcap, main, run, sha256, summary
+
+
+def parsed(command, path, *options):
+    return json.loads(dcap(command, "--json", *options, path))
+
+
+def lines(path, *options):
+    return [json.loads(line) for line in
+            dcap("dump", "--format", "jsonl", *options, path).splitlines()]
+
+
+def events(path, *options):
+    """The calls and records of a capture as the canonical form has them."""
+    return [line for line in dcap("dump", "--format", "canonical", *options, path).splitlines()
+            if not line.startswith((b"file ", b"block "))]
+
+
+def counted(values):
+    return dict(sorted(collections.Counter(values).items()))
+
+
+def on_every_capture(check):
+    @functools.wraps(check)
+    @unittest.skipUnless(captures(), "no captures here")
+    def test(self):
+        for name, path in captures(finished=False).items():
+            with self.subTest(name):
+                check(self, path, summary(path))
+    return test
+
+
+class EveryCommand(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.out = Path(folder.name) / "out.dcap"
+
+    def test_has_its_part_in_these_tests(self):
+        listed = re.search(rb"^Commands:\n((?:  .*\n)+)", dcap("--help"), re.M)[1]
+        self.assertEqual({line.split()[0].decode() for line in listed.splitlines()},
+                         {"dump", "info", "frames", "stats", "finalize", "repack", "trim", "cat"})
+
+    @on_every_capture
+    def test_counts_the_same_calls_and_records(self, path, expected):
+        listed, made, told = lines(path), parsed("stats", path), parsed("info", path, "--scan")
+        text = [line for line in dcap("dump", path).decode().splitlines() if line[0] != "#"]
+        of_type = collections.defaultdict(list)
+        for line in listed:
+            of_type[line["type"]].append(line)
+        for kind, summed, total, by_name in (
+                ("call", "calls_by_name", "calls", "callsByName"),
+                ("client-data", "client_data_operations", "clientData", "clientDataByName"),
+                ("metadata", "metadata_records", "metadata", "metadataByName")):
+            names = counted(line["name"] for line in of_type[kind])
+            self.assertEqual(names, expected[summed])
+            self.assertEqual(made[by_name], names)
+            self.assertEqual(made[total], len(of_type[kind]))
+        self.assertEqual(len(of_type["call"]), expected["calls"])
+        self.assertEqual(told["eglCalls"] + told["glesCalls"], expected["calls"])
+        self.assertEqual(told["eglCalls"], sum(line["api"] == "EGL" for line in of_type["call"]))
+        self.assertEqual(told["metadataRecords"], made["metadata"])
+        self.assertEqual(len(text), sum(map(len, of_type.values())) - len(of_type["frame"]) - 1)
+
+    @on_every_capture
+    def test_tells_the_same_frames_and_sizes(self, path, expected):
+        capture, *listed = lines(path)
+        told, placed, made = parsed("info", path), parsed("frames", path), parsed("stats", path)
+        frames = [line for line in listed if line["type"] == "frame"]
+        real = [line for line in frames if not line.get("setup")]
+        self.assertEqual({told["finalisedBytes"], capture["bytes"]}, {expected["file_bytes"]})
+        self.assertEqual({told["frames"], capture["frames"], len(placed), len(real)},
+                         {expected["frame_blocks"]})
+        # Those of `frames` include the six bytes of the block's header.
+        self.assertEqual([(one["frame"], one["number"], one["bytes"] - 6) for one in placed],
+                         [(one["frame"], one["number"], one["bytes"]) for one in real])
+        self.assertEqual([(one["frame"], one["number"], one["bytes"]) for one in made["frames"]],
+                         [(one["frame"], one["number"], one["bytes"]) for one in frames])
+        self.assertEqual(32 + sum(one["bytes"] + 6 for one in frames), expected["file_bytes"])
+        of_frame = collections.Counter(line["frame"] for line in listed
+                                       if line["type"] in ("call", "metadata"))
+        self.assertEqual([one["calls"] + one["metadata"] for one in made["frames"]],
+                         [of_frame[one["frame"]] for one in frames])
+
+    @on_every_capture
+    def test_knows_the_same_threads(self, path, expected):
+        listed, made, told = lines(path), parsed("stats", path), parsed("info", path, "--scan")
+        threads = counted(line["thread"] for line in listed if "thread" in line
+                          and line["type"] in ("call", "metadata"))
+        self.assertEqual([*threads], expected["thread_ids"])
+        self.assertEqual({one["id"]: one["subBlocks"] for one in told["threads"]}, threads)
+        calls = counted(line["thread"] for line in listed if line["type"] == "call"
+                        and "thread" in line)
+        self.assertEqual({int(one): n for one, n in made["callsByThread"].items()}, calls)
+
+    @on_every_capture
+    def test_that_writes_keeps_what_is_listed(self, path, expected):
+        whole = events(path)
+        if path.stem.endswith("-unfinished"):
+            dcap("finalize", path, "-o", self.out)
+            self.assertEqual(sha256(self.out.read_bytes()), expected["finalised_sha256"])
+            self.assertEqual(events(self.out), whole)
+        for form in ("none", "lz4", "lz77"):
+            dcap("repack", "--compression", form, path, "-o", self.out)
+            self.assertEqual(events(self.out), whole)
+            self.assertEqual(parsed("info", self.out)["finalised"], True)
+        dcap("trim", "--frames", "2-4", path, "-o", self.out)
+        self.assertEqual([one for one in parsed("stats", self.out)["frames"] if one["frame"]],
+                         [{**one, "frame": one["frame"] - 1}
+                          for one in parsed("stats", path)["frames"] if 2 <= one["frame"] <= 4])
+        run("cat", path, path, "-o", self.out)
+        frames, twice = parsed("frames", path), parsed("frames", self.out)
+        self.assertEqual([one["bytes"] for one in twice], [one["bytes"] for one in frames] * 2)
+        once = [line for line in whole if not line.startswith(b"S")]
+        self.assertEqual(events(self.out), whole + once)  # set-up calls in the middle are skipped
+
+
+if __name__ == "__main__":
+    main()
