@@ -18,10 +18,11 @@ namespace Core {
 /// several threads at once; the default sink locks, a sink of one's own must do what it needs.
 class DCAPKIT_API Log {
  public:
-  enum class LogLevel : int { kError = 1, kWarning = 2, kInformation = 3, kNotice = 4 };
+  /// Levels and zones are plain numbers, for sinks that filter by them: `record.level <= 2`.
+  enum LogLevel : int { kError = 1, kWarning = 2, kInformation = 3, kNotice = 4 };
   /// `kProcessing`: reading, decoding and file utilities. `kCompleteness`: the processor's notes on
   /// the file size and on a last frame cut short.
-  enum class LogZone : int { kProcessing = 3, kCompleteness = 4 };
+  enum LogZone : int { kProcessing = 3, kCompleteness = 4 };
 
   /// One log line. The pointers are valid only during `Sink::Write`.
   struct Record {
