@@ -84,7 +84,7 @@ class Info(unittest.TestCase):
         told = info(self.file, status=1)
         self.assertEqual((told["damaged"], told["cut"], told["frames"]), (True, False, 1))
         self.assertEqual(len(frames(self.file, status=1)), 1)
-        self.assertIn(f"The block at offset {second} runs past the end of the file.",
+        self.assertIn(f": offset {second}: after frame 1 (number 1): The block runs past the end",
                       run("frames", self.file, status=1).stderr.decode())
         run("finalize", self.file, status=1)
         self.assertEqual(self.file.read_bytes(), whole)

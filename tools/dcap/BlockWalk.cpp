@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "Core/Exceptions.h"
+#include "Damage.h"
 
 namespace {
 
@@ -15,11 +15,6 @@ T Load(const uint8_t* bytes) {
   T value{};
   std::memcpy(&value, bytes, sizeof value);
   return value;
-}
-
-[[noreturn]] void Fail(const char* what, uint64_t position, const char* trouble) {
-  throw Core::BasicException(std::string("The ") + what + " at offset " + std::to_string(position) +
-                             " " + trouble);
 }
 
 }  // namespace
@@ -33,23 +28,35 @@ unsigned long BlockWalk::ReadAt(uint64_t position, void* buffer, unsigned long s
   return reader_->Read(buffer, size);
 }
 
+void BlockWalk::FailInBlock(const char* trouble) const {
+  throw DamageError({position_, frames_, frameNumber_, false}, trouble);
+}
+
+void BlockWalk::FailInSubBlock(const char* trouble) const {
+  throw DamageError({nextSub_, frames_, frameNumber_, block_.type == Data::kBlockFrame}, trouble);
+}
+
 bool BlockWalk::NextBlock() {
   position_ = nextBlock_;
   if (position_ >= size_) return false;
   std::array<uint8_t, sizeof block_ + sizeof number_> bytes{};
   const unsigned long count = ReadAt(position_, bytes.data(), bytes.size());
-  if (count < sizeof block_) Fail("block", position_, "cannot be read.");
+  if (count < sizeof block_) FailInBlock("The block cannot be read.");
   block_ = Load<Data::BlockHeader>(bytes.data());
   number_ = Load<uint32_t>(bytes.data() + sizeof block_);
   nextBlock_ = position_ + BlockBytes();
-  if (nextBlock_ > size_) Fail("block", position_, "runs past the end of the file.");
+  if (nextBlock_ > size_) FailInBlock("The block runs past the end of the file.");
   nextSub_ = subEnd_ = 0;
   if (HasSubBlocks()) {
     const bool trailers = (header_.optionMask & Data::kOptionNoTrailers) == 0;
     const uint64_t around = sizeof number_ + (trailers ? sizeof Data::DCAPFrameTrailer : 0);
-    if (block_.size < around) Fail("block", position_, "is too small.");
+    if (block_.size < around) FailInBlock("The block is too small.");
     nextSub_ = position_ + bytes.size();
     subEnd_ = nextSub_ + block_.size - around;
+  }
+  if (block_.type == Data::kBlockFrame) {
+    ++frames_;
+    frameNumber_ = number_;
   }
   return true;
 }
@@ -66,7 +73,7 @@ bool BlockWalk::NextSubBlock() {
   std::memcpy(&sub_.header, bytes.data(), headerSize);
   const uint64_t end = nextSub_ + headerSize + sub_.header.size;
   if (count < headerSize || end > subEnd_) {
-    Fail("sub-block", nextSub_, "runs past the end of its block.");
+    FailInSubBlock("The sub-block runs past the end of its block.");
   }
   const uint8_t* desc = bytes.data() + headerSize;
   uint32_t descSize = 0;
@@ -94,7 +101,7 @@ bool BlockWalk::NextSubBlock() {
   }
   const auto inflatedSize = Load<uint32_t>(desc + descSize);
   if (packed) descSize += static_cast<uint32_t>(sizeof inflatedSize);
-  if (sub_.header.size < descSize) Fail("sub-block", nextSub_, "is too small.");
+  if (sub_.header.size < descSize) FailInSubBlock("The sub-block is too small.");
   sub_.payloadSize = sub_.inflatedSize = sub_.header.size - descSize;
   const bool compressed = (header_.optionMask & Data::kOptionCompressionMask) != 0;
   if (packed && compressed && sub_.payloadSize != 0) sub_.inflatedSize = inflatedSize;

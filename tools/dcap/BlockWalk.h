@@ -14,7 +14,7 @@
 ///     while (walk.NextBlock())
 ///       while (walk.NextSubBlock()) ...
 ///
-/// Throws `Core::BasicException` where sizes do not fit.
+/// Throws `DamageError` where sizes do not fit.
 class BlockWalk {
  public:
   /// Reads the file header. Borrows the reader of a finished capture, which knows its size.
@@ -47,6 +47,8 @@ class BlockWalk {
   [[nodiscard]] const SubBlock& Sub() const { return sub_; }
 
  private:
+  [[noreturn]] void FailInBlock(const char* trouble) const;
+  [[noreturn]] void FailInSubBlock(const char* trouble) const;
   unsigned long ReadAt(uint64_t position, void* buffer, unsigned long size);
 
   Core::DataReader* reader_;
@@ -56,6 +58,8 @@ class BlockWalk {
   uint64_t position_ = 0;
   uint64_t nextBlock_ = sizeof(Data::FileHeader);
   uint32_t number_ = 0;
+  uint32_t frames_ = 0;  // so far
+  uint32_t frameNumber_ = 0;
   uint64_t nextSub_ = 0;
   uint64_t subEnd_ = 0;  // of the last sub-block
   SubBlock sub_;

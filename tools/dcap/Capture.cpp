@@ -13,6 +13,7 @@
 #include "Data/RecoveredReader.h"
 
 #include "Command.h"
+#include "Damage.h"
 
 namespace {
 
@@ -28,19 +29,6 @@ std::string Enumerate(const std::vector<std::string_view>& names) {
     text += names[i];
   }
   return text + (names.size() == 1 ? " is" : " are");
-}
-
-int Report(const std::string& path, const Core::DataReader* reader, const EventConsumer& consumer,
-           const char* cause) {
-  std::fprintf(stderr, "dcap: %s: ", path.c_str());
-  if (reader != nullptr && reader->IsValid()) {
-    std::fprintf(stderr, "offset %llu: ", static_cast<unsigned long long>(reader->Tell()));
-    if (consumer.Context().frameOrdinal != 0) {
-      std::fprintf(stderr, "frame %u: ", consumer.Context().frameOrdinal);
-    }
-  }
-  std::fprintf(stderr, "%s\n", cause);
-  return kExitFailure;
 }
 
 }  // namespace
@@ -65,7 +53,7 @@ Capture::Capture(const std::string& path) : path_(path) {
 void Capture::ReportState() const {
   if (const std::string state = DescribeState(recovery_); !state.empty()) {
     std::fprintf(stderr, "dcap: %s: %s%s\n", path_.c_str(), state.c_str(),
-                 recovery_.damaged ? "" : "; read as if finalised");
+                 recovery_.damaged ? "" : "; read as if finalised (see 'dcap finalize')");
   }
 }
 
@@ -74,7 +62,8 @@ int Capture::Status() const {
 }
 
 void Capture::RequireFile() const {
-  if (recovery_.storedSize == 0) throw Core::BasicException("The capture is not a regular file.");
+  if (recovery_.storedSize == 0)
+    throw Core::BasicException("The capture is not a regular file; save it to one first.");
 }
 
 std::vector<std::string_view> MissingParts(const Data::CaptureRecovery& recovery) {
@@ -124,20 +113,22 @@ const char* CompressionName(uint32_t optionMask) {
 
 int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection) {
   EventConsumer consumer(handler, &selection);
-  std::shared_ptr<Core::DataReader> reader;
+  Data::DCAPFileProcessor processor;
+  const auto place = [&] {
+    const EventContext& context = consumer.Context();
+    return Place{processor.Position(), context.frameOrdinal, consumer.FrameNumber(),
+                 consumer.IsInFrame()};
+  };
   try {
     const Capture capture(path);
     capture.ReportState();
-    reader = capture.Reader();
-    Data::DCAPFileProcessor processor;
-    processor.Initialize(&consumer, reader, reader->Size());
+    processor.Initialize(&consumer, capture.Reader(), capture.Reader()->Size());
     while (processor.ProcessNextBlock() && !consumer.IsFinished()) {
     }
     return capture.Status();
   } catch (const std::bad_alloc&) {
-    return Report(path, reader.get(), consumer,
-                  "A recorded size asks for more memory than there is to be had.");
+    return ReportDamage(path, place(), kTooLargeMsg);
   } catch (const Core::BasicException& exception) {
-    return Report(path, reader.get(), consumer, exception.what());
+    return ReportDamage(path, place(), exception.what());
   }
 }

@@ -12,6 +12,7 @@
 
 #include "Capture.h"
 #include "Command.h"
+#include "Damage.h"
 #include "OutputFile.h"
 #include "Progress.h"
 
@@ -27,11 +28,12 @@ class Copier {
 
   /// Of the captures so far.
   [[nodiscard]] int Status() const { return status_; }
-  /// How far the latest capture has been read, in words.
-  [[nodiscard]] std::string Place() const;
+  /// How far the latest capture has been read.
+  [[nodiscard]] Place Where() const;
 
  private:
   void Begin(const std::string& path);
+  [[nodiscard]] std::string Advice(uint32_t optionMask) const;
   void CopyBlock(const std::string& path);
   void CopySubBlock(const Data::StoredSubBlock& subBlock);
   [[nodiscard]] bool Selects(const Data::StoredSubBlock& subBlock) const;
@@ -44,6 +46,8 @@ class Copier {
   uint32_t optionMask_ = 0;    // of the captures
   bool recompresses_ = false;  // the output is compressed otherwise than the captures
   uint32_t frameOrdinal_ = 0;  // in the capture that is read
+  uint32_t frameNumber_ = 0;   // recorded, of that frame
+  bool inFrame_ = false;       // it has not been copied yet
   int status_ = kExitOk;
 };
 
@@ -54,13 +58,19 @@ void Copier::Append(const std::string& path) {
   if (capture.Status() != kExitOk) status_ = capture.Status();
   reader_.emplace(capture.Reader());
   frameOrdinal_ = 0;
+  inFrame_ = false;
   try {
     Begin(path);
     Progress progress(path, capture.Reader()->Size());
-    while (reader_->NextBlock()) {
-      if (reader_->Block().type == Data::kBlockFrame) ++frameOrdinal_;
-      if (frameOrdinal_ > settings_.selection.LastFrame()) break;
+    const uint32_t last = settings_.selection.LastFrame();
+    while ((frameOrdinal_ == 0 || frameOrdinal_ < last) && reader_->NextBlock()) {
+      if (reader_->Block().type == Data::kBlockFrame) {
+        ++frameOrdinal_;
+        frameNumber_ = reader_->FrameNumber();
+        inFrame_ = true;
+      }
       CopyBlock(path);
+      inFrame_ = false;
       progress.Show(reader_->Position());
     }
   } catch (const Core::BasicException& exception) {
@@ -78,10 +88,9 @@ void Copier::Finish() {
   output_.Commit();
 }
 
-std::string Copier::Place() const {
-  if (!reader_ || reader_->Position() <= sizeof(Data::FileHeader)) return "";
-  return "offset " + std::to_string(reader_->Position()) + ": " +
-         (frameOrdinal_ == 0 ? "" : "frame " + std::to_string(frameOrdinal_) + ": ");
+Place Copier::Where() const {
+  if (!reader_ || reader_->Position() <= sizeof(Data::FileHeader)) return {};
+  return {reader_->Position(), frameOrdinal_, frameNumber_, inFrame_};
 }
 
 void Copier::Begin(const std::string& path) {
@@ -91,7 +100,7 @@ void Copier::Begin(const std::string& path) {
     char masks[40];
     std::snprintf(masks, sizeof(masks), "0x%08x, not 0x%08x", header.optionMask, optionMask_);
     throw std::invalid_argument(std::string("Its options are ") + masks + " as those of " +
-                                firstPath_ + ".");
+                                firstPath_ + "." + Advice(header.optionMask));
   }
   firstPath_ = path;
   optionMask_ = header.optionMask;
@@ -105,6 +114,15 @@ void Copier::Begin(const std::string& path) {
   }
   options.flushBlocks = false;  // nobody sees the file before it is complete
   writer_.emplace(output_.Writer(), options);
+}
+
+// How a capture gets the options of the first one, if it can.
+std::string Copier::Advice(uint32_t optionMask) const {
+  constexpr uint32_t kRepacked = Data::kOptionCompressionMask | Data::kOptionNoTrailers;
+  if (((optionMask ^ optionMask_) & ~kRepacked) != 0) return "";
+  const bool trailers = (optionMask_ & Data::kOptionNoTrailers) == 0;
+  return std::string(" First give it to: dcap repack --compression ") +
+         CompressionName(optionMask_) + (trailers ? " --trailers" : " --no-trailers");
 }
 
 void Copier::CopyBlock(const std::string& path) {
@@ -182,12 +200,9 @@ int CopyCaptures(const std::vector<std::string>& paths, const CopySettings& sett
   } catch (const Core::ErrnoException& exception) {
     std::fprintf(stderr, "dcap: %s\n", exception.what());
   } catch (const std::bad_alloc&) {
-    std::fprintf(stderr,
-                 "dcap: %s: %sA recorded size asks for more memory than there is to be had.\n",
-                 name.c_str(), copier->Place().c_str());
+    return ReportDamage(name, copier->Where(), kTooLargeMsg);
   } catch (const std::exception& exception) {
-    std::fprintf(stderr, "dcap: %s: %s%s\n", name.c_str(), copier ? copier->Place().c_str() : "",
-                 exception.what());
+    return ReportDamage(name, copier ? copier->Where() : Place{}, exception.what());
   }
   return kExitFailure;
 }

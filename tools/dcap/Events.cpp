@@ -16,7 +16,11 @@ void EventConsumer::ProcessFileStart(const Data::FileHeader& header) {
 
 void EventConsumer::ProcessFrameNumber(unsigned int frameNumber) {
   context_.setUp = blockHeader_.type != Data::kBlockFrame;
-  context_.frameOrdinal += context_.setUp ? 0 : 1;
+  if (!context_.setUp) {
+    ++context_.frameOrdinal;
+    frameNumber_ = frameNumber;
+    isInFrame_ = true;
+  }
   context_.blockNumber = frameNumber;
   nextIndex_ = 0;
   blockIsSelected_ = selection_->SelectsFrame(context_.frameOrdinal);

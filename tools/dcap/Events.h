@@ -55,7 +55,7 @@ class EventConsumer final : public Data::DCAPConsumer,
   void ProcessFileStart(const Data::FileHeader& header) override;
   void ProcessFileEnd() override {}
   void ProcessBlockStart(const Data::BlockHeader& header) override { blockHeader_ = header; }
-  void ProcessBlockEnd(unsigned long /*trailer*/) override {}
+  void ProcessBlockEnd(unsigned long /*trailer*/) override { isInFrame_ = false; }
   void ProcessFrameNumber(unsigned int frameNumber) override;
   void ProcessMethodCall(const Data::SubBlockHeader& /*header*/,
                          const Data::MethodCallDesc& /*desc*/, const unsigned char* /*data*/,
@@ -66,6 +66,10 @@ class EventConsumer final : public Data::DCAPConsumer,
                        const unsigned char* data, unsigned int size) override;
 
   [[nodiscard]] const EventContext& Context() const { return context_; }
+  /// Sequence number of the frame whose ordinal the context tells.
+  [[nodiscard]] uint32_t FrameNumber() const { return frameNumber_; }
+  /// That frame has not ended.
+  [[nodiscard]] bool IsInFrame() const { return isInFrame_; }
   /// Between two blocks: nothing that follows is selected.
   [[nodiscard]] bool IsFinished() const {
     return context_.frameOrdinal != 0 && context_.frameOrdinal >= selection_->LastFrame();
@@ -87,6 +91,8 @@ class EventConsumer final : public Data::DCAPConsumer,
   const Selection* selection_;
   EventContext context_;
   uint32_t nextIndex_ = 0;
+  uint32_t frameNumber_ = 0;
+  bool isInFrame_ = false;
   bool blockIsSelected_ = false;
   bool everyThreadIsSelected_;
   Data::BlockHeader blockHeader_ = {};

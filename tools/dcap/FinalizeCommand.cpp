@@ -70,7 +70,8 @@ bool IsReadOnly(const std::string& path) {
 void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recovery) {
   if (IsReadOnly(path)) {
     throw Core::BasicException(
-        "Cannot finalize capture file. The data writer is invalid. (The file is read-only)");
+        "Cannot finalize capture file. The data writer is invalid. (The file is read-only; -o "
+        "writes a finalised copy)");
   }
   Core::StdioWriter writer(path, true, false);
   // Checked before the file is shortened; Finish says so as well.

@@ -12,6 +12,7 @@
 #include "BlockWalk.h"
 #include "Capture.h"
 #include "Command.h"
+#include "Damage.h"
 #include "Output.h"
 
 namespace {
@@ -85,17 +86,16 @@ int Frames(const Options& options) {
     FrameList list(&output, options.json);
     try {
       ListFrames(capture.Reader().get(), &list);
-    } catch (const Core::BasicException&) {
+    } catch (const DamageError& error) {
       list.End();
-      throw;
+      return ReportDamage(options.file, error.place, error.what());
     }
     list.End();
     return capture.Status();
   } catch (const OutputError& error) {
     return ReportOutputError(error);
   } catch (const Core::BasicException& exception) {
-    std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
-    return kExitFailure;
+    return ReportDamage(options.file, {}, exception.what());
   }
 }
 

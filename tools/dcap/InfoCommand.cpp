@@ -18,6 +18,7 @@
 #include "BlockWalk.h"
 #include "Capture.h"
 #include "Command.h"
+#include "Damage.h"
 #include "Output.h"
 
 namespace {
@@ -316,21 +317,20 @@ int Info(const Options& options) {
     Findings findings;
     if (options.scan) findings.scan.emplace();
     // What was found before the damage is shown all the same.
-    std::optional<Core::BasicException> failure;
+    std::optional<DamageError> damage;
     try {
       Examine(capture.Reader().get(), &findings);
-    } catch (const Core::BasicException& exception) {
-      failure = exception;
+    } catch (const DamageError& error) {
+      damage = error;
     }
     output.Write(options.json ? Json(capture.Recovery(), findings)
                               : Text(capture.Recovery(), findings));
-    if (failure) throw Core::BasicException(*failure);
+    if (damage) return ReportDamage(options.file, damage->place, damage->what());
     return capture.Status();
   } catch (const OutputError& error) {
     return ReportOutputError(error);
   } catch (const Core::BasicException& exception) {
-    std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
-    return kExitFailure;
+    return ReportDamage(options.file, {}, exception.what());
   }
 }
 
