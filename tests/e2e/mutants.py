@@ -4,29 +4,75 @@
     tests/e2e/mutants.py --count 100000 --seed 7 [CAPTURE...]
 
 Each mutant goes through `dcap dump`, `dcap info --scan` and `dcap finalize`. Fails for a signal, for an exit status that is
-not documented, for more than 10 seconds and for more than 1 GiB of memory. The seed and the number of a mutant make it:
-`--first NUMBER --count 1 --keep DIR` writes it to a file.
+not documented, for more than 10 seconds and for more than 1 GiB of memory. With --compare, the canonical form of each has
+to be the one that the independent reader makes of it instead, and so has the exit status. The seed and the number of a
+mutant make it: `--first NUMBER --count 1 --keep DIR` writes it to a file.
 """
 import argparse
 import collections
+import itertools
 import multiprocessing
 import os
 import random
 import signal
 import struct
+import subprocess
 import sys
 import tempfile
 import time
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, captures
+import reader
+from harness import SAMPLE, SOURCE, TOOL, captures
 
+RANDOM_CAPTURE = os.environ.get("RANDOM_CAPTURE", str(SOURCE / "build/bin/random_capture"))
 MIB = 1 << 20
 COMMANDS = (("dump",), ("info", "--scan"), ("finalize",))
 STATUSES = (0, 1, 3)
 SECONDS = 10
 MEMORY = 1024 * MIB
 REMARKABLE_MEMORY = 64 * MIB
+
+
+def real_captures():
+    return [SAMPLE, *captures(finished=False).values()]
+
+
+def all_kinds(folder):
+    """All captures there are, the sample in each kind of compression, and random ones, written to a folder."""
+    lz77, frames = Path(folder, "sample-lz77.dcap"), Path(folder, "sample-lz4-frames.dcap")
+    subprocess.run([TOOL, "repack", "--compression", "lz77", "-o", lz77, SAMPLE], check=True)
+    frames.write_bytes(with_lz4_frames(SAMPLE.read_bytes()))
+    subprocess.run([RANDOM_CAPTURE, folder, "40", "1"], check=True)
+    return [*real_captures(), *sorted(Path(folder).glob("*.dcap"))]
+
+
+def with_lz4_frames(data):
+    """The same capture with each raw LZ4 block as a frame of one block, with and without checksums."""
+    out, options = bytearray(data[:32]), struct.unpack_from("<I", data, 8)[0]
+    width = 10 if options & 0x40 else 6
+    at, trailer = 32, b"" if options & 0x100 else data[-8:]
+    while at < len(data):
+        kind, size = struct.unpack_from("<HI", data, at)
+        body, sub, end = bytearray(data[at + 6:at + 10]), at + 10, at + 6 + size - len(trailer)
+        while sub < end:
+            sub_kind, sub_size = struct.unpack_from("<HI", data, sub)
+            content = data[sub + width:sub + width + sub_size]
+            if sub_kind == 5:
+                content = content[:6] + lz4_frame(content[6:], checksums=len(content) % 2)
+            body += struct.pack("<HI", sub_kind, len(content)) + data[sub + 6:sub + width] + content
+            sub += width + sub_size
+        out += struct.pack("<HI", kind, len(body) + len(trailer)) + body + trailer
+        at += 6 + size
+    struct.pack_into("<Q", out, 24, len(out))
+    return bytes(out)
+
+
+def lz4_frame(block, checksums):
+    descriptor = bytes((0x70 if checksums else 0x60, 0x70))
+    frame = b"\x04\x22\x4D\x18" + descriptor + bytes((reader.xxh32(descriptor) >> 8 & 0xFF,))
+    frame += struct.pack("<I", len(block)) + block
+    return frame + (struct.pack("<I", reader.xxh32(block)) if checksums else b"") + bytes(4)
 
 
 class Source:
@@ -49,6 +95,8 @@ class Source:
                 self.headers.append(sub)
                 sub += (10 if options & 0x40 else 6) + struct.unpack_from("<I", self.data, sub + 2)[0]
             at = end
+        self.blocks = self.blocks or [(0, len(self.data))]
+        self.headers = self.headers or [0]
 
 
 class Mutants:
@@ -57,7 +105,7 @@ class Mutants:
     def __init__(self, paths, seed):
         self.sources = [Source(path) for path in paths]
         # Small captures are read faster, and a byte of theirs matters more.
-        self.weights = [1 / len(source.data) for source in self.sources]
+        self.weights = [1 / max(4096, len(source.data)) for source in self.sources]
         self.seed = seed
 
     def make(self, index):
@@ -144,17 +192,20 @@ class Result:
                  f"({self.slowest[2]} of {self.slowest[1]})"]
         for command in COMMANDS:
             name = " ".join(command)
-            lines.append(f"{name}: " + ", ".join(
-                f"exit status {status} {count} times" for (of, status), count
-                in sorted(self.statuses.items()) if of == name))
-        lines.append(f"{len(self.large)} runs took more than 64 MiB")
+            counts = [f"exit status {status} {count} times"
+                      for (of, status), count in sorted(self.statuses.items()) if of == name]
+            if counts:
+                lines.append(f"{name}: {', '.join(counts)}")
+        if self.statuses:
+            lines.append(f"{len(self.large)} runs took more than 64 MiB")
         lines += [f"  {size // MIB} MiB: {name} of {index}" for size, index, name in sorted(self.large)[-5:]]
         return "\n".join(lines + self.failures)
 
 
-def run(command, path):
+def run(command, path, output=os.devnull):
     """Runs the tool; its wait status, the seconds and the peak of its memory."""
-    nothing = [(os.POSIX_SPAWN_OPEN, fd, os.devnull, os.O_RDWR, 0) for fd in (0, 1, 2)]
+    nothing = [(os.POSIX_SPAWN_OPEN, fd, os.devnull, os.O_RDWR, 0) for fd in (0, 2)]
+    nothing.append((os.POSIX_SPAWN_OPEN, 1, output, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600))
     started = time.monotonic()
     child = os.posix_spawn(TOOL, [TOOL, *command, path], os.environ, file_actions=nothing)
     signal.signal(signal.SIGALRM, lambda *_: os.kill(child, signal.SIGKILL))
@@ -164,41 +215,63 @@ def run(command, path):
     return status, time.monotonic() - started, usage.ru_maxrss * 1024
 
 
-def try_mutants(mutants, indices, keep, frugal):
+def difference(path, output):
+    """How the tool's canonical form, written to a file, and the independent reader's differ; empty if they do not."""
+    status, _, _ = run(("dump", "--format", "canonical"), path, output)
+    text, expected = reader.read(Path(path).read_bytes())
+    if os.waitstatus_to_exitcode(status) != expected:
+        return f"exit status {os.waitstatus_to_exitcode(status)}, of the reader {expected}"
+    pairs = itertools.zip_longest(Path(output).read_text().splitlines(), text.splitlines())
+    for number, (line, other) in enumerate(pairs, 1):
+        if line != other:
+            return f"line {number}: {line!r:.300}, of the reader {other!r:.300}"
+    return ""
+
+
+def try_commands(path, index, frugal, result):
+    """Runs every command on a mutant; returns what went wrong."""
+    failures = []
+    for command in COMMANDS:
+        name = " ".join(command)
+        status, seconds, memory = run(command, path)
+        result.slowest = max(result.slowest, (seconds, index, name))
+        if frugal and memory > REMARKABLE_MEMORY:
+            result.large.append((memory, index, name))
+        if os.WIFSIGNALED(status):
+            failures.append(f"{name}: signal {os.WTERMSIG(status)} after {seconds:.1f} s")
+            continue
+        result.statuses[name, os.WEXITSTATUS(status)] += 1
+        if os.WEXITSTATUS(status) not in STATUSES:
+            failures.append(f"{name}: exit status {os.WEXITSTATUS(status)}")
+        if frugal and memory > MEMORY:
+            failures.append(f"{name}: {memory // MIB} MiB")
+    return failures
+
+
+def try_mutants(mutants, indices, compare, keep, frugal):
     result = Result()
     with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as folder:
         path = os.path.join(folder, "mutant.dcap")
         for index in indices:
             data = mutants.make(index)
             Path(path).write_bytes(data)
-            failures = []
-            for command in COMMANDS:
-                name = " ".join(command)
-                status, seconds, memory = run(command, path)
-                result.slowest = max(result.slowest, (seconds, index, name))
-                if frugal and memory > REMARKABLE_MEMORY:
-                    result.large.append((memory, index, name))
-                if os.WIFSIGNALED(status):
-                    failures.append(f"{name}: signal {os.WTERMSIG(status)} after {seconds:.1f} s")
-                    continue
-                result.statuses[name, os.WEXITSTATUS(status)] += 1
-                if os.WEXITSTATUS(status) not in STATUSES:
-                    failures.append(f"{name}: exit status {os.WEXITSTATUS(status)}")
-                if frugal and memory > MEMORY:
-                    failures.append(f"{name}: {memory // MIB} MiB")
+            if compare:
+                failures = [text for text in (difference(path, path + ".txt"),) if text]
+            else:
+                failures = try_commands(path, index, frugal, result)
             result.mutants += 1
-            result.failures += [f"seed {mutants.seed} mutant {index}: dcap {text}" for text in failures]
+            result.failures += [f"seed {mutants.seed} mutant {index}: {text}" for text in failures]
             if keep and (failures or len(indices) == 1):
                 Path(keep, f"mutant-{mutants.seed}-{index}.dcap").write_bytes(data)
     return result
 
 
-def run_all(mutants, first, count, jobs, keep=None, frugal=True):
+def run_all(mutants, first, count, jobs, compare=False, keep=None, frugal=True):
     """Tries `count` mutants in `jobs` processes. Memory is looked at when `frugal`."""
     step = 100
     total = Result()
     # Forked, so that the captures need not be sent.
-    with multiprocessing.get_context("fork").Pool(jobs, set_mutants, (mutants, keep, frugal)) as pool:
+    with multiprocessing.get_context("fork").Pool(jobs, set_mutants, (mutants, compare, keep, frugal)) as pool:
         last = first + count
         for done in pool.imap_unordered(try_range, [(at, min(at + step, last))
                                                     for at in range(first, last, step)]):
@@ -214,8 +287,8 @@ def set_mutants(*arguments):
 
 
 def try_range(bounds):
-    mutants, keep, frugal = _arguments
-    return try_mutants(mutants, range(*bounds), keep, frugal)
+    mutants, *options = _arguments
+    return try_mutants(mutants, range(*bounds), *options)
 
 
 def main():
@@ -224,12 +297,16 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--first", type=int, default=0, help="number of the first (0)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at a time")
+    parser.add_argument("--compare", action="store_true", help="compare with the independent reader")
     parser.add_argument("--keep", metavar="DIR", help="write those that fail, or the only one, to DIR")
     parser.add_argument("captures", metavar="CAPTURE", type=Path, nargs="*",
-                        help="what to damage; by default all captures of real programs and the sample")
+                        help="what to damage; by default the captures of real programs and the sample, "
+                             "with --compare also random captures")
     options = parser.parse_args()
-    paths = options.captures or [SAMPLE, *captures(finished=False).values()]
-    total = run_all(Mutants(paths, options.seed), options.first, options.count, options.jobs, options.keep)
+    with tempfile.TemporaryDirectory() as folder:
+        mutants = Mutants(options.captures or (all_kinds(folder) if options.compare else real_captures()),
+                          options.seed)
+    total = run_all(mutants, options.first, options.count, options.jobs, options.compare, options.keep)
     print(total)
     sys.exit(1 if total.failures else 0)
 
