@@ -54,9 +54,8 @@ class RecordReader {
   // A NUL-terminated copy of a text, all NUL when the payload cuts it; null for no length.
   char* Text(uint32_t length) {
     if (length == 0) return nullptr;
-    const uint64_t bytes = uint64_t{length} + 1;
-    if (length > BytesLeft()) Claim(bytes);
-    char* text = texts_.emplace_back(MakeZeroed<char>(bytes)).get();
+    if (length > BytesLeft()) RequireUnbackedSize(claimed_ += length);
+    char* text = texts_.emplace_back(MakeZeroed<char>(uint64_t{length} + 1)).get();
     ReadBytes(text, length);
     return text;
   }
@@ -90,20 +89,19 @@ class RecordReader {
       LogCutValue();
       return false;
     }
-    if (count > BytesLeft() / leastBytes) Claim(uint64_t{count} * sizeof(Entry));
+    if (count > BytesLeft() / leastBytes) RequireUnbackedSize(uint64_t{count} * sizeof(Entry));
     if (count != 0) *entries = MakeZeroed<Entry>(count);
     return true;
   }
 
  private:
   uint32_t BytesLeft() const { return size_ - offset_; }
-  void Claim(uint64_t bytes) { RequireUnbackedSize(claimed_ += bytes); }
 
   const uint32_t subtype_;
   const uint8_t* const data_;
   const uint32_t size_;
   uint32_t offset_ = 0;   // never beyond size_
-  uint64_t claimed_ = 0;  // sum of the sizes that the payload does not prove
+  uint64_t claimed_ = 0;  // sum of the lengths that the payload does not prove
   std::vector<ZeroedArray<char>> texts_;
 };
 

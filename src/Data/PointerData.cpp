@@ -150,11 +150,9 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
   // Every entry has a flags word, so more entries than bytes are a lie, and an array that cannot
   // have all its flags words in the payload is of claimed size.
   if (n > size) throw std::bad_alloc();
-  uint64_t unbacked = 0;
   if (n > BytesLeft(size, offset + consumed) / sizeof(uint32_t)) {
-    unbacked = n * uint64_t{sizeof(*strings) + sizeof(*stringFlags) + sizeof(*stringPointerValues) +
-                            sizeof(*stringLengths)};
-    RequireUnbackedSize(unbacked);
+    RequireUnbackedSize(n * uint64_t{sizeof(*strings) + sizeof(*stringFlags) +
+                                     sizeof(*stringPointerValues) + sizeof(*stringLengths)});
   }
   strings = new char*[n]();
   count = n;  // from here on Clear frees the strings, however far reading gets
@@ -163,6 +161,7 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
   stringLengths = new uint32_t[n]();
   claimedStrings_ = new bool[n]();
 
+  uint64_t unbacked = 0;
   for (uint32_t i = 0; i < n; ++i) {
     consumed += ExtractValue(payload, size, offset + consumed, 4, &stringFlags[i]);
     if (stringFlags[i] == 0) continue;

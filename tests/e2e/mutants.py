@@ -44,7 +44,25 @@ def all_kinds(folder):
     subprocess.run([TOOL, "repack", "--compression", "lz77", "-o", lz77, SAMPLE], check=True)
     frames.write_bytes(with_lz4_frames(SAMPLE.read_bytes()))
     subprocess.run([RANDOM_CAPTURE, folder, "40", "1"], check=True)
+    for seed in range(4):
+        Path(folder, f"words-{seed}.dcap").write_bytes(capture_of_words(random.Random(seed)))
     return [*real_captures(), *sorted(Path(folder).glob("*.dcap"))]
+
+
+def capture_of_words(rnd):
+    """Every record and every call, with payloads of numbers that are likely counts, lengths, flags and functions."""
+    def payload(size):
+        words = [rnd.choice((0, 1, 1, 2, 2, 3, 4, 6, 8, 9, 10, 12, 14, 18, 20, 22, 34)) if rnd.randrange(50)
+                 else rnd.choice((reader.VERTEX, reader.VERTEX_I, -1)) for _ in range(size)]
+        return struct.pack(f"<{size}i", *words) + bytes(rnd.randrange(4))
+    kinds = [(1, struct.pack("<HH", *kind)) for kind in [*reader.RECORDS, (4, 7), (5, 1)] for _ in range(20)]
+    kinds += [(3, struct.pack("<H", call)) for call in reader.CALLS]
+    rnd.shuffle(kinds)
+    block = struct.pack("<I", 1)
+    for kind, description in kinds:
+        content = description + payload(rnd.randrange(40))
+        block += struct.pack("<HI", kind, len(content)) + content
+    return struct.pack("<4sIIQIQHI", b"DCAP", 0, 0x100, 0, 1, 38 + len(block), 1, len(block)) + block
 
 
 def with_lz4_frames(data):

@@ -482,8 +482,8 @@ def default_buffer(record):
     head, length = record.numbers(6), record.number()
     if length == 0:
         return None
-    pixels = record.data[record.at:] if record.take(length) is not None else None
-    return [*head, len(record.data), block_of(pixels)]
+    rest = record.data[record.at:]
+    return [*head, len(record.data), block_of(rest if length <= len(rest) else None)]
 
 
 def multi_sample_texture(record):

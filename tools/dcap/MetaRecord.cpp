@@ -78,18 +78,9 @@ MetaRecord DefaultBuffer(const char* name, const uint32_t (&a)[6], uint32_t size
   return record;
 }
 
-MetaRecord ImageBuffer(const char* name, std::vector<MetaField> fields,
-                       const Data::EglImageBufferDesc& desc) {
-  for (const MetaField& field :
-       {Unsigned("f0", desc.f0), Unsigned("f1", desc.f1), Unsigned("f2", desc.f2),
-        Unsigned("f3", desc.f3), Unsigned("planeCount", desc.planeCount)}) {
-    fields.push_back(field);
-  }
-  fields.push_back(Entries(desc.planes, desc.planeCount, [](const Data::EglImagePlane& plane) {
-    return std::vector<MetaField>{Unsigned("p0", plane.p0), Unsigned("size", plane.size),
-                                  Unsigned("p1", plane.p1), Bytes("data", plane.data, plane.size)};
-  }));
-  return {name, std::move(fields)};
+std::vector<MetaField> PlaneFields(const Data::EglImagePlane& plane) {
+  return {Unsigned("p0", plane.p0), Unsigned("size", plane.size), Unsigned("p1", plane.p1),
+          Bytes("data", plane.data, plane.size)};
 }
 
 }  // namespace
@@ -117,11 +108,17 @@ void MetaFlattener::SetWindowSize(uint32_t a0, uint32_t a1, uint32_t a2, uint32_
 
 void MetaFlattener::CreateEglImageBuffer(uint32_t a0, uint32_t a1,
                                          const Data::EglImageBufferDesc* desc) {
-  Record(ImageBuffer("CreateEglImageBuffer", {Unsigned("a0", a0), Unsigned("a1", a1)}, *desc));
+  Record({"CreateEglImageBuffer",
+          {Unsigned("a0", a0), Unsigned("a1", a1), Unsigned("f0", desc->f0),
+           Unsigned("f1", desc->f1), Unsigned("f2", desc->f2), Unsigned("f3", desc->f3)}});
 }
 
 void MetaFlattener::SetEglImageContent(uint32_t image, const Data::EglImageBufferDesc* desc) {
-  Record(ImageBuffer("SetEglImageContent", {Unsigned("image", image)}, *desc));
+  Record({"SetEglImageContent",
+          {Unsigned("image", image), Unsigned("f0", desc->f0), Unsigned("f1", desc->f1),
+           Unsigned("f2", desc->f2), Unsigned("f3", desc->f3),
+           Unsigned("planeCount", desc->planeCount),
+           Entries(desc->planes, desc->planeCount, PlaneFields)}});
 }
 
 void MetaFlattener::EGLConfigStateDesc(uint32_t a0, uint32_t a1, const uint32_t* values,
