@@ -1,4 +1,5 @@
 // Client memory: vertex arrays of draw calls and mapped buffer ranges.
+#include <chrono>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -11,6 +12,7 @@
 #include "Data/Limits.h"
 #include "Data/PointerData.h"
 
+#include "AllocationMeter.h"
 #include "LogCollector.h"
 #include "PayloadBuilder.h"
 
@@ -209,6 +211,30 @@ TEST_F(ClientDataTest, BuffersLeftByAThrowingAdapterGoWithTheNextDraw) {
   decoder_.AddAdapter(&calm);
   Decode(Draw(0));  // a leak would be the sanitizer's to report
   EXPECT_THAT(calm.events, ElementsAre("draw 4 0 3"));
+}
+
+TEST_F(ClientDataTest, BuffersMadeBeforeAFailedAllocationGoWithTheNextDraw) {
+  const Bytes payload = Draw(2)
+                            .Append(Record(kPointer, 0, 0, 2).U32(1).Text("a"))
+                            .Append(Record(kPointer, 1, 0, 2).U32(2 << 20).Fill(2 << 20));
+  {
+    const AllocationMeter meter(1 << 20);
+    EXPECT_THROW(Decode(payload), std::bad_alloc);
+  }
+  EXPECT_EQ(recorder_.attributes, 1u);
+  EXPECT_THAT(Decode(Draw(0)), ElementsAre("draw 4 0 3"));
+}
+
+TEST_F(ClientDataTest, ManyRecordsTakeTimeInProportion) {
+  constexpr uint32_t kCount = 400'000;  // a quadratic list would need minutes
+  Bytes payload = Draw(kCount);
+  for (uint32_t i = 0; i < kCount; ++i) {
+    payload.Append(Record(kPointer, i, 0, 2).U32(1).Text("a"));
+  }
+  decoder_.RemoveAdapter(&recorder_);
+  const auto start = std::chrono::steady_clock::now();
+  Decode(payload);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(ClientDataTest, FlushedBytesComeBeforeTheFlush) {

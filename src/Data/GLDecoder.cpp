@@ -97,18 +97,14 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
     uint8_t* buffer = nullptr;
     if (dataLength != 0) {
       const uint64_t left = position < size ? size - position : 0;
-      unbacked += uint64_t{dataOffset} + (dataLength <= left ? 0 : dataLength);
+      const bool isClaimed = dataLength > left;
+      unbacked += uint64_t{dataOffset} + (isClaimed ? dataLength : 0);
       RequireUnbackedSize(unbacked);
-      // Listed before it is filled, so that it is freed whatever happens; room for the entry first,
-      // so that listing cannot fail.
-      vertexAttribBuffers_.reserve(vertexAttribBuffers_.size() + 1);
+      // Listed before it is made and filled, so that it is freed whatever happens.
       const uint64_t bytes = uint64_t{dataOffset} + dataLength;
-      buffer = dataLength <= left ? static_cast<uint8_t*>(std::malloc(bytes))
-                                  : MakeZeroed<uint8_t>(bytes).release();
-      if (buffer == nullptr) {
-        throw std::bad_alloc();
-      }
-      vertexAttribBuffers_.push_back(buffer);
+      vertexAttribBuffers_.push_back({nullptr, isClaimed});
+      buffer = isClaimed ? MakeZeroed<uint8_t>(bytes).release() : new uint8_t[bytes];
+      vertexAttribBuffers_.back().bytes = buffer;
       if (left != 0) {
         position += ExtractValue(data, size, static_cast<uint32_t>(position), dataLength,
                                  buffer + dataOffset);
@@ -142,8 +138,12 @@ uint32_t GLDecoder::ProcessDrawElementsData(const uint8_t* data, uint32_t size, 
 }
 
 void GLDecoder::DestroyVertexAttribArrayData() {
-  for (uint8_t* buffer : vertexAttribBuffers_) {
-    std::free(buffer);
+  for (const auto& [bytes, isClaimed] : vertexAttribBuffers_) {
+    if (isClaimed) {
+      std::free(bytes);
+    } else {
+      delete[] bytes;
+    }
   }
   vertexAttribBuffers_.clear();
 }

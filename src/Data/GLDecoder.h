@@ -562,7 +562,12 @@ class DCAPKIT_API GLDecoder : public Decoder {
   void Process_glExtrapolateTex2DKVRA(const uint8_t* payload, uint32_t payloadSize);
 
  private:
-  std::vector<uint8_t*> vertexAttribBuffers_;  // owned, see DestroyVertexAttribArrayData
+  // A rebuilt client array, made with new[], or with calloc when its content is only claimed.
+  struct VertexAttribBuffer {
+    uint8_t* bytes;
+    bool isClaimed;
+  };
+  std::vector<VertexAttribBuffer> vertexAttribBuffers_;  // owned, see DestroyVertexAttribArrayData
   std::vector<GLAdapter*> adapters_;
 };
 
