@@ -346,6 +346,13 @@ TEST_F(PointerDataTest, AStringGrowsAndKeepsItsCharacters) {
   EXPECT_EQ(std::string(pointer_.stringData, 5), std::string(5, '\0'));
 }
 
+TEST_F(PointerDataTest, WhatIsMarkedAsNotRecordedIsNotKept) {
+  Decode(Bytes().String("abc"));
+  pointer_.flags |= PointerFlagNoContent;
+  EXPECT_EQ(pointer_.ResizeString(4), 0u);
+  EXPECT_EQ(std::string(pointer_.stringData, 5), std::string(5, '\0'));
+}
+
 TEST_F(PointerDataTest, NeitherNullNorAddressCanBeResized) {
   Decode(Bytes().Address(8));
   EXPECT_EQ(pointer_.ResizeArray(1), 1u);

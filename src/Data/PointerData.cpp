@@ -192,7 +192,9 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
     data = arrayData = grown;
   } else {
     auto* grown = new uint8_t[bytes];
-    if (arrayData != nullptr) std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
+    if (arrayData != nullptr && (flags & PointerFlagNoContent) == 0) {
+      std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
+    }
     delete[] arrayData;
     data = arrayData = grown;
   }
@@ -208,7 +210,9 @@ uint32_t PointerData::ResizeString(uint32_t n) {
   const uint64_t bytes = uint64_t{n} + 1;
   RequireUnbackedSize(bytes);
   char* grown = claimed_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
-  if (!claimed_ && stringData != nullptr) std::memcpy(grown, stringData, count);
+  if (!claimed_ && stringData != nullptr && (flags & PointerFlagNoContent) == 0) {
+    std::memcpy(grown, stringData, count);
+  }
   FreeText(stringData, claimed_);
   data = stringData = grown;
   count = n;
