@@ -3,6 +3,8 @@ import os
 import pty
 import re
 import subprocess
+import tempfile
+import time
 import unittest
 
 from harness import SAMPLE, TOOL, dcap, main, run
@@ -76,14 +78,40 @@ class Manners(unittest.TestCase):
             self.assertEqual(on_terminal("dump", SAMPLE, **environment), (0, plain))
 
     def test_a_reader_that_has_had_enough_is_no_error(self):
-        for arguments in (["dump"], ["dump", "--format", "jsonl"], ["stats", "--json"]):
+        for arguments in (["dump"], ["dump", "--format", "jsonl"], ["stats", "--json"], ["info"],
+                          ["trim", "-o", "/dev/stdout"], ["finalize", "-o", "/dev/stdout"]):
             with self.subTest(arguments):
                 reader, writer = os.pipe()
                 os.close(reader)
                 done = subprocess.run([TOOL, *arguments, SAMPLE], stdout=writer,
                                       stderr=subprocess.PIPE, check=False)
                 os.close(writer)
-                self.assertEqual(done.stderr, b"")
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+
+    def long_work(self, *arguments, stderr):
+        """Runs a command whose output, of more than a pipe holds, nobody reads for a second."""
+        with subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=stderr) as process:
+            time.sleep(1.2)
+            process.stdout.read()
+        return process.returncode
+
+    def test_long_work_shows_a_bar_on_a_terminal_and_takes_it_back(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "x" * 100 + ".dcap")
+            dcap("cat", "-o", path, *[SAMPLE] * 400)
+            for arguments in (["dump"], ["finalize", "-o", "/dev/stdout"]):
+                with self.subTest(arguments):
+                    leader, follower = pty.openpty()
+                    self.assertEqual(self.long_work(*arguments, path, stderr=follower), 0)
+                    os.close(follower)
+                    shown = os.read(leader, 65536)
+                    os.close(leader)
+                    self.assertRegex(shown, rb"^(\r\033\[Kx{20,40} \[#*\.*\] +\d+ %)+\r\033\[K$")
+                    reader, writer = os.pipe()
+                    self.long_work(*arguments, path, stderr=writer)
+                    os.close(writer)
+                    self.assertEqual(os.read(reader, 65536), b"")
+                    os.close(reader)
 
     def test_output_that_cannot_be_written_is_an_error(self):
         with open("/dev/full", "wb") as full:

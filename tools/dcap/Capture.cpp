@@ -14,6 +14,7 @@
 
 #include "Command.h"
 #include "Damage.h"
+#include "Progress.h"
 
 namespace {
 
@@ -111,7 +112,8 @@ const char* CompressionName(uint32_t optionMask) {
   }
 }
 
-int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection) {
+int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection,
+                bool showProgress) {
   EventConsumer consumer(handler, &selection);
   Data::DCAPFileProcessor processor;
   const auto place = [&] {
@@ -123,7 +125,9 @@ int WalkCapture(const std::string& path, EventHandler* handler, const Selection&
     const Capture capture(path);
     capture.ReportState();
     processor.Initialize(&consumer, capture.Reader(), capture.Reader()->Size());
+    Progress progress(path, showProgress ? capture.Reader()->Size() : 0);
     while (processor.ProcessNextBlock() && !consumer.IsFinished()) {
+      progress.Show(processor.Position());
     }
     return capture.Status();
   } catch (const std::bad_alloc&) {

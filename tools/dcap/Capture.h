@@ -52,7 +52,8 @@ const char* CompressionName(uint32_t optionMask);
 /// Walks the capture at `path` and hands what is selected of it to `handler`, ending after the last
 /// selected frame. What ends the walk early is reported on stderr with the file, the byte offset,
 /// the frame and the cause. Returns an `ExitStatus`; events up to the failure have been handled.
-int WalkCapture(const std::string& path, EventHandler* handler,
-                const Selection& selection = Selection::Everything());
+/// `showProgress` unless the handler writes to a terminal meanwhile.
+int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection,
+                bool showProgress);
 
 #endif  // DCAP_CAPTURE_H

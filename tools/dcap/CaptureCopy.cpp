@@ -13,6 +13,7 @@
 #include "Capture.h"
 #include "Command.h"
 #include "Damage.h"
+#include "Output.h"
 #include "OutputFile.h"
 #include "Progress.h"
 
@@ -133,6 +134,7 @@ void Copier::CopyBlock(const std::string& path) {
   } else if (type == Data::kBlockType2) {
     if (frameOrdinal_ == 0 && writer_->FrameCount() != 0 &&
         (optionMask_ & Data::kOptionType2BeforeFirst) != 0) {
+      Progress::Hide();
       std::fprintf(stderr,
                    "dcap: %s: its set-up calls now come after frames, where readers skip "
                    "them\n",
@@ -198,7 +200,7 @@ int CopyCaptures(const std::vector<std::string>& paths, const CopySettings& sett
     copier->Finish();
     return copier->Status();
   } catch (const Core::ErrnoException& exception) {
-    std::fprintf(stderr, "dcap: %s\n", exception.what());
+    return ReportOutputError(exception);
   } catch (const std::bad_alloc&) {
     return ReportDamage(name, copier->Where(), kTooLargeMsg);
   } catch (const std::exception& exception) {

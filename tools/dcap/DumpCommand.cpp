@@ -31,7 +31,7 @@ int Dump(const Options& options) {
       blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);
       handler = blobWriter.get();
     }
-    const int status = WalkCapture(options.file, handler, options.selection);
+    const int status = WalkCapture(options.file, handler, options.selection, !OutputIsTerminal());
     printer->Flush();
     return status;
   } catch (const OutputError& error) {

@@ -17,6 +17,7 @@
 #include "Command.h"
 #include "Output.h"
 #include "OutputFile.h"
+#include "Progress.h"
 
 namespace {
 
@@ -48,15 +49,17 @@ std::string Plan(const Data::CaptureRecovery& recovery) {
   return plan;
 }
 
-void Copy(Core::DataReader* reader, OutputFile* output) {
+void Copy(const std::string& path, Core::DataReader* reader, OutputFile* output) {
   constexpr unsigned long kPieceSize = 256ul * 1024;
   const auto piece = std::make_unique_for_overwrite<unsigned char[]>(kPieceSize);
   const uint64_t size = reader->Size();
+  Progress progress(path, size);
   for (uint64_t done = 0; done < size;) {
     const unsigned long count = reader->Read(piece.get(), kPieceSize);
     if (count == 0) throw Core::BasicException("The capture can no longer be read.");
     output->Write(piece.get(), count);
     done += count;
+    progress.Show(done);
   }
   output->Commit();
 }
@@ -105,7 +108,7 @@ int Finalize(const Options& options) {
     if (options.dryRun) return capture.Status();
     if (!options.copy.empty()) {
       OutputFile copy(options.copy);
-      Copy(capture.Reader().get(), &copy);
+      Copy(options.file, capture.Reader().get(), &copy);
     } else if (!recovery.IsComplete()) {
       FinishInPlace(options.file, recovery);
     }
@@ -113,7 +116,7 @@ int Finalize(const Options& options) {
   } catch (const OutputError& error) {
     return ReportOutputError(error);
   } catch (const Core::ErrnoException& exception) {
-    std::fprintf(stderr, "dcap: %s\n", exception.what());
+    return ReportOutputError(exception);
   } catch (const Core::BasicException& exception) {
     std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
   }

@@ -20,6 +20,7 @@
 #include "Command.h"
 #include "Damage.h"
 #include "Output.h"
+#include "Progress.h"
 
 namespace {
 
@@ -97,12 +98,14 @@ void Count(const BlockWalk::SubBlock& sub, uint32_t frame, Scan* scan) {
   }
 }
 
-void Examine(Core::DataReader* reader, Findings* findings) {
+void Examine(const std::string& path, Core::DataReader* reader, Findings* findings) {
   BlockWalk walk(reader);
+  Progress progress(path, reader->Size());
   findings->header = walk.Header();
   Blocks& blocks = findings->blocks;
   const bool setUp = (walk.Header().optionMask & Data::kOptionType2BeforeFirst) != 0;
   while (walk.NextBlock()) {
+    progress.Show(walk.BlockPosition());
     if (walk.Block().type == Data::kBlockFrame) {
       if (blocks.frames++ == 0) blocks.firstNumber = walk.Number();
       blocks.lastNumber = walk.Number();
@@ -319,7 +322,7 @@ int Info(const Options& options) {
     // What was found before the damage is shown all the same.
     std::optional<DamageError> damage;
     try {
-      Examine(capture.Reader().get(), &findings);
+      Examine(options.file, capture.Reader().get(), &findings);
     } catch (const DamageError& error) {
       damage = error;
     }

@@ -12,19 +12,33 @@
 OutputError::OutputError(const std::string& target, int errnum)
     : std::runtime_error(target + ": " + std::strerror(errnum)), brokenPipe_(errnum == EPIPE) {}
 
-int ReportOutputError(const OutputError& error) {
-  if (error.IsBrokenPipe()) {
+namespace {
+
+int Report(bool isBrokenPipe, const char* what) {
+  if (isBrokenPipe) {
     return kExitOk;
   }
-  std::fprintf(stderr, "dcap: %s\n", error.what());
+  std::fprintf(stderr, "dcap: %s\n", what);
   return kExitFailure;
 }
+
+}  // namespace
+
+int ReportOutputError(const OutputError& error) {
+  return Report(error.IsBrokenPipe(), error.what());
+}
+
+int ReportOutputError(const Core::ErrnoException& error) {
+  return Report(error.GetErrno() == EPIPE, error.what());
+}
+
+bool OutputIsTerminal() { return isatty(STDOUT_FILENO) != 0; }
 
 bool OutputHasColours() {
   const char* refusal = std::getenv("NO_COLOR");
   const char* terminal = std::getenv("TERM");
-  return isatty(STDOUT_FILENO) != 0 && (refusal == nullptr || *refusal == '\0') &&
-         terminal != nullptr && std::string_view(terminal) != "dumb";
+  return OutputIsTerminal() && (refusal == nullptr || *refusal == '\0') && terminal != nullptr &&
+         std::string_view(terminal) != "dumb";
 }
 
 void StandardOutput::Write(std::string_view text) {

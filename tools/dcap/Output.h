@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "Core/Exceptions.h"
+
 #include "TextBuffer.h"
 
 /// Standard output, or a file, cannot be written.
@@ -20,9 +22,14 @@ class OutputError : public std::runtime_error {
   bool brokenPipe_;
 };
 
-/// Says on stderr what went wrong, unless the reader simply had enough, and returns an
-/// `ExitStatus`.
+/// Says on stderr what went wrong, unless the reader simply had enough, which is `kExitOk`. Returns
+/// an `ExitStatus`.
 int ReportOutputError(const OutputError& error);
+/// The same for a file that `OutputFile` writes, perhaps a pipe.
+int ReportOutputError(const Core::ErrnoException& error);
+
+/// Whether standard output is a terminal.
+bool OutputIsTerminal();
 
 /// Whether standard output is a terminal that shows colours, and the user wants them.
 bool OutputHasColours();

@@ -267,7 +267,8 @@ template <typename Form>
 int Walk(const Options& options, TextBuffer* out) {
   Form form(out);
   Statistics statistics([&form](const FrameCounts& frame) { form.Frame(frame); });
-  const int status = WalkCapture(options.file, &statistics, options.selection);
+  const bool showProgress = !options.perFrame || !OutputIsTerminal();
+  const int status = WalkCapture(options.file, &statistics, options.selection, showProgress);
   statistics.Finish();
   if constexpr (requires { form.Finish(statistics); }) {
     form.Finish(statistics);

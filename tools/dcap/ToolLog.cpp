@@ -2,9 +2,12 @@
 
 #include <cstdio>
 
+#include "Progress.h"
+
 void ToolLog::Stderr::Write(const Core::Log::Record& record) {
   const char* kind = record.level == Core::Log::LogLevel::kError     ? "error"
                      : record.level == Core::Log::LogLevel::kWarning ? "warning"
                                                                      : "note";
+  Progress::Hide();
   std::fprintf(stderr, "dcap: %s: %s\n", kind, record.message);
 }

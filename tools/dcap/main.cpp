@@ -1,4 +1,5 @@
 // dcap: reads DCAP captures of EGL and OpenGL ES calls.
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -11,7 +12,7 @@
 namespace {
 
 constexpr const char* kFooter = R"(Exit status:
-  0  all is well
+  0  all is well, or whoever read the output had enough
   1  the capture is damaged, or a file cannot be read or written
   2  the command line makes no sense
   3  done, but the capture had been cut: recorded bytes are missing
@@ -46,6 +47,8 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Writing to a reader that has had enough fails instead, so that commands can clean up.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     return Run(argc, argv);
   } catch (const std::exception& exception) {
