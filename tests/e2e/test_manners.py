@@ -91,7 +91,8 @@ class Manners(unittest.TestCase):
     def long_work(self, *arguments, stderr):
         """Runs a command whose output, of more than a pipe holds, nobody reads for a second."""
         with subprocess.Popen([TOOL, *arguments], stdout=subprocess.PIPE, stderr=stderr) as process:
-            time.sleep(1.2)
+            process.stdout.read(1)  # it has begun
+            time.sleep(1.1)
             process.stdout.read()
         return process.returncode
 
