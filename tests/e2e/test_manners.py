@@ -15,6 +15,17 @@ def commands():
     return [line.split()[0] for line in listed.splitlines()]
 
 
+def read_terminal(leader):
+    text = b""
+    try:
+        while piece := os.read(leader, 65536):
+            text += piece
+    except OSError:  # the other side is closed
+        pass
+    os.close(leader)
+    return text
+
+
 def on_terminal(*arguments, **environment):
     """What the tool writes to a terminal."""
     leader, follower = pty.openpty()
@@ -22,13 +33,7 @@ def on_terminal(*arguments, **environment):
     with subprocess.Popen([TOOL, *map(str, arguments)], stdout=follower, stderr=follower,
                           env={**variables, **environment}) as process:
         os.close(follower)
-        text = b""
-        try:
-            while piece := os.read(leader, 65536):
-                text += piece
-        except OSError:  # the other side is closed
-            pass
-        os.close(leader)
+        text = read_terminal(leader)
     return process.returncode, text.replace(b"\r\n", b"\n")
 
 
@@ -105,9 +110,7 @@ class Manners(unittest.TestCase):
                     leader, follower = pty.openpty()
                     self.assertEqual(self.long_work(*arguments, path, stderr=follower), 0)
                     os.close(follower)
-                    shown = os.read(leader, 65536)
-                    os.close(leader)
-                    self.assertRegex(shown, rb"^(\r\033\[Kx{20,40} \[#*\.*\] +\d+ %)+\r\033\[K$")
+                    self.assertRegex(read_terminal(leader), rb"^(\r\033\[Kx{20,40} \[#*\.*\] +\d+ %)+\r\033\[K$")
                     reader, writer = os.pipe()
                     self.long_work(*arguments, path, stderr=writer)
                     os.close(writer)
