@@ -47,6 +47,13 @@ test-aarch64:  ## cross-build for 64-bit ARM and run the tests under qemu
 	cmake --build build-aarch64
 	ctest --preset aarch64 --parallel $(JOBS)
 
+.PHONY: test-tsan
+test-tsan:  ## run the unit tests under the thread sanitizer
+	$(packages) build test
+	cmake --preset tsan
+	cmake --build build-tsan --target unit_tests
+	build-tsan/bin/unit_tests --gtest_brief=1
+
 .PHONY: fuzz
 fuzz:  ## run every fuzz target for FUZZ_SECONDS (60); what they find is kept in build-fuzz
 	$(packages) build test
