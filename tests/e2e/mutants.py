@@ -294,7 +294,7 @@ def run_all(mutants, first, count, jobs, compare=False, keep=None, frugal=True):
         for done in pool.imap_unordered(try_range, [(at, min(at + step, last))
                                                     for at in range(first, last, step)]):
             total.add(done)
-            if count > 10000 and total.mutants % 10000 == 0:
+            if total.mutants % 10000 == 0 and total.mutants < count:
                 print(total, flush=True)
     return total
 
