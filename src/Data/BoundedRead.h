@@ -3,7 +3,8 @@
 #define DCAPKIT_DATA_BOUNDEDREAD_H
 
 #include <cstdint>
-#include <cstring>
+
+#include "Core/CopyBytes.h"
 
 namespace Data {
 
@@ -16,7 +17,7 @@ namespace Data {
                                                    uint32_t offset, uint32_t width, void* dest,
                                                    void (*onCut)()) {
   if (uint64_t{offset} + width <= size) [[likely]] {
-    if (width != 0) std::memcpy(dest, payload + offset, width);
+    if (width != 0) Core::CopyBytes(dest, payload + offset, width);
     return width;
   }
   if (offset < size) onCut();
