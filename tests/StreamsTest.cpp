@@ -5,6 +5,7 @@
 #include <iterator>
 #include <memory>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include "Core/Exceptions.h"
+#include "Core/MappedReader.h"
 #include "Core/MemoryReader.h"
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
@@ -21,9 +23,11 @@
 namespace {
 
 using Core::DataReader;
+using Core::MappedReader;
 using Core::MemoryReader;
 using Core::StdioReader;
 using Core::StdioWriter;
+using Core::ViewReader;
 using Bytes = std::vector<uint8_t>;
 
 // A directory of its own for the files of one test.
@@ -109,8 +113,8 @@ struct ReadCount {
   }
 };
 
-// Random reads and seeks, compared at each step with a position in an array.
-void WanderThrough(DataReader& reader, const Bytes& model) {
+// Random reads, views and seeks, compared at each step with a position in an array.
+void WanderThrough(ViewReader& reader, const Bytes& model) {
   std::mt19937 random(1);
   const auto below = [&random](uint64_t limit) { return random() % limit; };
   int64_t position = 0;
@@ -119,7 +123,18 @@ void WanderThrough(DataReader& reader, const Bytes& model) {
   for (int step = 0; step < 4000; ++step) {
     const uint64_t reaches[] = {10, 10, 10, 5'000, 70'000, 600'000};
     const uint64_t reach = reaches[below(6)];
-    if (below(3) != 0) {
+    if (below(4) == 0) {
+      const auto atLeast = static_cast<int64_t>(1 + below(reach));
+      const auto atMost = atLeast + static_cast<int64_t>(below(reach));
+      const std::span<const uint8_t> bytes =
+          reader.View(static_cast<unsigned long>(atLeast), static_cast<unsigned long>(atMost));
+      const auto shown = static_cast<int64_t>(bytes.size());
+      ASSERT_EQ(shown == 0, size - position < atLeast);
+      ASSERT_TRUE(shown == 0 || (atLeast <= shown && shown <= atMost));
+      static_cast<void>(reader.AtEof());  // leaves what is on show alone
+      ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(), model.begin() + position));
+      position += shown;
+    } else if (below(3) != 0) {
       const auto wanted = static_cast<int64_t>(below(reach));
       const int64_t expected = std::clamp<int64_t>(size - position, 0, wanted);
       ASSERT_EQ(reader.Read(buffer.data(), static_cast<unsigned long>(wanted)),
@@ -150,6 +165,9 @@ TEST_F(StreamsTest, AFileReadsLikeAnArray) {
   StdioReader reader(FileWith(bytes));
   EXPECT_EQ(reader.Size(), bytes.size());
   WanderThrough(reader, bytes);
+  MappedReader mapped(FileWith(bytes));
+  EXPECT_EQ(mapped.Size(), bytes.size());
+  WanderThrough(mapped, bytes);
 }
 
 TEST_F(StreamsTest, MemoryReadsLikeAnArrayWhetherBorrowedOrOwned) {
@@ -162,29 +180,42 @@ TEST_F(StreamsTest, MemoryReadsLikeAnArrayWhetherBorrowedOrOwned) {
 }
 
 TEST_F(StreamsTest, AMissingFileAndADirectoryAreInvalidAndHarmless) {
-  for (const std::string& path : {Path("missing"), Path(""), std::string()}) {
-    StdioReader reader(path);
-    EXPECT_FALSE(reader.IsValid()) << path;
+  const auto expectInvalid = [](DataReader&& reader) {
+    EXPECT_FALSE(reader.IsValid());
     EXPECT_EQ(ReadUpTo(reader, 10).size(), 0u);
     EXPECT_TRUE(reader.AtEof());
     EXPECT_NE(reader.Seek(0, 0), 0);
     EXPECT_EQ(reader.Size(), 0u);
+  };
+  for (const std::string& path : {Path("missing"), Path(""), std::string()}) {
+    SCOPED_TRACE(path);
+    expectInvalid(StdioReader(path));
+    expectInvalid(MappedReader(path));
   }
+  expectInvalid(MappedReader(PipeWith({1, 2, 3})));
 }
 
 TEST_F(StreamsTest, AnEmptyFileIsValidAndAtItsEnd) {
-  StdioReader reader(FileWith({}));
-  EXPECT_TRUE(reader.IsValid());
-  EXPECT_TRUE(reader.AtEof());
-  EXPECT_EQ(ReadUpTo(reader, 1).size(), 0u);
+  const auto expectEmpty = [](ViewReader&& reader) {
+    EXPECT_TRUE(reader.IsValid());
+    EXPECT_TRUE(reader.AtEof());
+    EXPECT_EQ(ReadUpTo(reader, 1).size(), 0u);
+    EXPECT_TRUE(reader.View(1, 1).empty());
+  };
+  expectEmpty(StdioReader(FileWith({})));
+  expectEmpty(MappedReader(FileWith({})));
 }
 
 TEST_F(StreamsTest, ClosingLeavesNothingToRead) {
   StdioReader file(FileWith(RandomBytes(100)));
+  MappedReader mapped(FileWith(RandomBytes(100)));
   MemoryReader memory(RandomBytes(100));
-  for (DataReader* reader : std::initializer_list<DataReader*>{&file, &memory}) {
-    EXPECT_EQ(ReadUpTo(*reader, 10).size(), 10u);
+  for (ViewReader* reader : std::initializer_list<ViewReader*>{&file, &mapped, &memory}) {
+    EXPECT_EQ(ReadUpTo(*reader, 10), Slice(RandomBytes(100), 0, 10));
+    const std::span<const uint8_t> shown = reader->View(20, 20);
     reader->Close();
+    EXPECT_EQ(Bytes(shown.begin(), shown.end()), Slice(RandomBytes(100), 10, 20));
+    EXPECT_TRUE(reader->View(1, 1).empty());
     EXPECT_FALSE(reader->IsValid());
     EXPECT_EQ(ReadUpTo(*reader, 10).size(), 0u);
     EXPECT_TRUE(reader->AtEof());
@@ -195,8 +226,9 @@ TEST_F(StreamsTest, ClosingLeavesNothingToRead) {
 TEST_F(StreamsTest, SeeksThatOverflowOrNameNoOriginFailAndStayPut) {
   const Bytes bytes = RandomBytes(100);
   StdioReader file(FileWith(bytes));
+  MappedReader mapped(FileWith(bytes));
   MemoryReader memory(bytes);
-  for (DataReader* reader : std::initializer_list<DataReader*>{&file, &memory}) {
+  for (DataReader* reader : std::initializer_list<DataReader*>{&file, &mapped, &memory}) {
     EXPECT_EQ(reader->Seek(0, 7), 0);
     EXPECT_NE(reader->Seek(1, INT64_MAX), 0);
     EXPECT_NE(reader->Seek(2, INT64_MIN), 0);
@@ -231,6 +263,7 @@ TEST_F(StreamsTest, APipeIsReadAndSkippedForward) {
   const Bytes bytes = RandomBytes(60'000);
   StdioReader reader(PipeWith(bytes));
   EXPECT_EQ(reader.Size(), 0u);
+  EXPECT_TRUE(reader.View(1, 100).empty());
   EXPECT_EQ(ReadUpTo(reader, 100), Slice(bytes, 0, 100));
   EXPECT_EQ(reader.Seek(1, -60), 0);
   EXPECT_EQ(ReadUpTo(reader, 10), Slice(bytes, 40, 10));

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <utility>
+
+#include "Core/CopyBytes.h"
 
 namespace Core {
 
@@ -26,7 +27,7 @@ unsigned long MemoryReader::Read(void* buffer, unsigned long size) {
     return 0;
   }
   const unsigned long count = std::min(size, bytes_.size() - position_);
-  std::memcpy(buffer, bytes_.data() + position_, count);
+  CopyBytes(buffer, bytes_.data() + position_, count);
   position_ += count;
   return count;
 }
@@ -53,5 +54,15 @@ int MemoryReader::Seek(int origin, int64_t offset) {
 }
 
 uint64_t MemoryReader::Tell() const { return position_; }
+
+std::span<const unsigned char> MemoryReader::View(unsigned long atLeast, unsigned long atMost) {
+  const uint64_t left = position_ < bytes_.size() ? bytes_.size() - position_ : 0;
+  if (left < atLeast) {
+    return {};
+  }
+  const auto bytes = bytes_.subspan(bytes_.size() - left, std::min(left, atMost));
+  position_ += bytes.size();
+  return bytes;
+}
 
 }  // namespace Core

@@ -6,14 +6,14 @@
 #include <span>
 #include <vector>
 
-#include "Core/DataReader.h"
+#include "Core/ViewReader.h"
 
 namespace Core {
 
 /// A `DataReader` over bytes in memory. Always valid until closed, empty or not.
 ///
 /// Seeking past the end succeeds, as in a file: `Read` then gives nothing and `AtEof` is true.
-class DCAPKIT_API MemoryReader : public DataReader {
+class DCAPKIT_API MemoryReader : public ViewReader {
  public:
   /// Borrows `bytes`, which must outlive the reader and must not move.
   explicit MemoryReader(std::span<const uint8_t> bytes);
@@ -32,6 +32,11 @@ class DCAPKIT_API MemoryReader : public DataReader {
   [[nodiscard]] bool AtEof() const override;
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
+  std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
+
+ protected:
+  /// Reads the borrowed `bytes` from now on.
+  void Show(std::span<const uint8_t> bytes) { bytes_ = bytes; }
 
  private:
   std::vector<uint8_t> owned_;

@@ -6,11 +6,15 @@
 
 #include <sys/stat.h>
 
+#include "Core/CopyBytes.h"
+
 namespace Core {
 
 namespace {
 
-constexpr unsigned long kBufferSize = 256ul * 1024;
+constexpr unsigned long kLargestFetch = 1024ul * 1024;
+// Room for a payload of 1 MiB with all around it, to be shown where it lies.
+constexpr unsigned long kBufferSize = kLargestFetch + 64ul * 1024;
 constexpr unsigned long kFirstFetch = 4096;
 constexpr unsigned long kFetchGrowth = 4;
 
@@ -40,10 +44,11 @@ StdioReader::StdioReader(const std::string& path) : file_(OpenFile(path)) {
   }
   // The buffer here is the only one: what fread is asked for goes to the system as it is.
   static_cast<void>(std::setvbuf(file_.get(), nullptr, _IONBF, 0));
-  buffer_ = std::make_unique_for_overwrite<unsigned char[]>(kBufferSize);
-  next_ = limit_ = buffer_.get();
+  buffer_ = std::make_unique_for_overwrite<unsigned char[]>(kBufferSize + kLine);
+  next_ = limit_ = begin_ = buffer_.get();
   fetchSize_ = kFirstFetch;
   seekable_ = fseeko(file_.get(), 0, SEEK_SET) == 0;
+  viewable_ = seekable_ && StdioReader::Size() != 0;
 }
 
 StdioReader::~StdioReader() = default;
@@ -52,15 +57,14 @@ bool StdioReader::IsValid() const { return file_ != nullptr; }
 
 void StdioReader::Close() {
   file_.reset();
-  buffer_.reset();
-  next_ = limit_ = nullptr;
+  next_ = limit_ = begin_;
   limitPosition_ = 0;
 }
 
 unsigned long StdioReader::Read(void* buffer, unsigned long size) {
   // One comparison for "not empty and all in the buffer": a size of 0 wraps around.
   if (size - 1 < static_cast<unsigned long>(limit_ - next_)) [[likely]] {
-    std::memcpy(buffer, next_, size);
+    CopyBytes(buffer, next_, size);
     next_ += size;
     return size;
   }
@@ -74,7 +78,7 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
     const unsigned long wanted = size - done;
     if (next_ == limit_ && wanted >= fetchSize_) {
       const unsigned long fetched = FetchBytes(destination + done, wanted);
-      next_ = limit_ = buffer_.get();
+      next_ = limit_ = begin_;
       GrowFetchSize();
       return done + fetched;
     }
@@ -82,7 +86,7 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
       break;
     }
     const unsigned long count = std::min(wanted, static_cast<unsigned long>(limit_ - next_));
-    std::memcpy(destination + done, next_, count);
+    CopyBytes(destination + done, next_, count);
     next_ += count;
     done += count;
   }
@@ -91,18 +95,19 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
 
 // Replaces the buffer by the bytes that follow it; when there are none, it stays for seeking back.
 bool StdioReader::Fill() const {
-  const unsigned long fetched = FetchBytes(buffer_.get(), fetchSize_);
+  unsigned char* begin = LineUp(buffer_.get(), limitPosition_);
+  const unsigned long fetched = FetchBytes(begin, fetchSize_);
   if (fetched == 0) {
     return false;
   }
-  next_ = buffer_.get();
+  next_ = begin_ = begin;
   limit_ = next_ + fetched;
   GrowFetchSize();
   return true;
 }
 
 void StdioReader::GrowFetchSize() const {
-  fetchSize_ = std::min(fetchSize_ * kFetchGrowth, kBufferSize);
+  fetchSize_ = std::min(fetchSize_ * kFetchGrowth, kLargestFetch);
 }
 
 // Reads what follows limitPosition_ and moves it on.
@@ -146,6 +151,9 @@ bool StdioReader::AtEof() const {
   if (next_ != limit_) {
     return false;
   }
+  if (viewable_ && !endHit_ && file_ && Tell() < Size()) {
+    return false;  // what the buffer holds may be on show
+  }
   return !file_ || endHit_ || (!Fill() && endHit_);
 }
 
@@ -177,7 +185,7 @@ int StdioReader::Seek(int origin, int64_t offset) {
 
 bool StdioReader::SkipTo(uint64_t position) {
   const uint64_t back = limitPosition_ - position;
-  if (position <= limitPosition_ && back <= static_cast<uint64_t>(limit_ - buffer_.get())) {
+  if (position <= limitPosition_ && back <= static_cast<uint64_t>(limit_ - begin_)) {
     next_ = limit_ - back;
     endHit_ = false;
     return true;
@@ -197,11 +205,37 @@ bool StdioReader::SkipTo(uint64_t position) {
       return false;
     }
   }
-  next_ = limit_ = buffer_.get();
+  next_ = limit_ = begin_;
   limitPosition_ = position;
   fetchSize_ = kFirstFetch;
   endHit_ = false;
   return true;
+}
+
+std::span<const unsigned char> StdioReader::View(unsigned long atLeast, unsigned long atMost) {
+  if (static_cast<unsigned long>(limit_ - next_) < atLeast && !Gather(atLeast)) {
+    return {};
+  }
+  const unsigned char* bytes = next_;
+  next_ += std::min(static_cast<unsigned long>(limit_ - next_), atMost);
+  return {bytes, next_};
+}
+
+// Moves the unread bytes to the start of the buffer and fetches more until there are `count`.
+bool StdioReader::Gather(unsigned long count) {
+  if (!viewable_ || !file_ || count > kBufferSize) {
+    return false;
+  }
+  const auto rest = static_cast<unsigned long>(limit_ - next_);
+  unsigned char* begin = LineUp(buffer_.get(), limitPosition_ - rest);
+  std::memmove(begin, next_, rest);
+  next_ = begin_ = begin;
+  limit_ = begin + rest;
+  // Little more than a large piece, so that little of the next one has to be moved.
+  const unsigned long wanted = std::max(fetchSize_, count + kFirstFetch) - rest;
+  limit_ += FetchBytes(begin + rest, std::min(wanted, kBufferSize - rest));
+  GrowFetchSize();
+  return static_cast<unsigned long>(limit_ - next_) >= count;
 }
 
 uint64_t StdioReader::Tell() const {

@@ -7,23 +7,23 @@
 #include <memory>
 #include <string>
 
-#include "Core/DataReader.h"
+#include "Core/ViewReader.h"
 
 namespace Core {
 
 /// A `DataReader` over a file of any size, or over a pipe as far as that goes.
 ///
-/// The reader keeps a buffer of 256 KiB of its own. A `Read` that the buffer satisfies is one copy,
-/// and a `Seek` inside it touches nothing. A seek elsewhere costs nothing either until bytes are
-/// wanted; the reader then fetches 4 KiB, and more each time while use stays sequential, so that
-/// hopping over payloads does not read them. Large reads bypass the buffer.
+/// The reader keeps a buffer of 1088 KiB of its own. A `Read` that the buffer satisfies is one
+/// copy, and a `Seek` inside it touches nothing. A seek elsewhere costs nothing either until bytes
+/// are wanted; the reader then fetches 4 KiB, and more each time while use stays sequential, so
+/// that hopping over payloads does not read them. Large reads bypass the buffer.
 ///
 /// Seeking past the end of the file succeeds, as `fseek` does: `Read` then gives nothing and
 /// `AtEof` is true. On a pipe, seeking forward reads and drops the bytes between, and seeking back
 /// works only within what is still buffered.
 ///
 /// Bytes that someone else writes into the file while it is open may or may not be seen.
-class DCAPKIT_API StdioReader : public DataReader {
+class DCAPKIT_API StdioReader : public ViewReader {
  public:
   /// Opens the file at `path`. Throws nothing for a missing or unreadable file or for a directory:
   /// `IsValid` is false then.
@@ -46,6 +46,9 @@ class DCAPKIT_API StdioReader : public DataReader {
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
 
+  /// Shows up to 1 MiB at once of a regular file, of anything else nothing.
+  std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
+
  private:
   struct Closer {
     void operator()(std::FILE* file) const;
@@ -53,6 +56,7 @@ class DCAPKIT_API StdioReader : public DataReader {
 
   unsigned long ReadSlowly(unsigned char* destination, unsigned long size);
   bool Fill() const;
+  bool Gather(unsigned long count);
   void GrowFetchSize() const;
   unsigned long FetchBytes(unsigned char* destination, unsigned long size) const;
   bool SkipTo(uint64_t position);
@@ -60,6 +64,7 @@ class DCAPKIT_API StdioReader : public DataReader {
   std::unique_ptr<std::FILE, Closer> file_;
   std::unique_ptr<unsigned char[]> buffer_;
   // Everything below also changes when AtEof looks ahead.
+  mutable const unsigned char* begin_ = nullptr;  // what was fetched last, read and unread
   mutable const unsigned char* next_ = nullptr;   // the unread bytes of the buffer
   mutable const unsigned char* limit_ = nullptr;  // their end
   mutable uint64_t limitPosition_ = 0;            // where limit_ lies in the stream
@@ -67,6 +72,7 @@ class DCAPKIT_API StdioReader : public DataReader {
   mutable unsigned long fetchSize_ = 0;           // bytes that the next fill asks for
   mutable bool endHit_ = false;
   bool seekable_ = false;
+  bool viewable_ = false;  // whether there is more can be told without overwriting what is on show
 };
 
 }  // namespace Core

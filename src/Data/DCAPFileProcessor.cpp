@@ -5,10 +5,18 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <span>
+#include <type_traits>
+#include <typeinfo>
 #include <utility>
 
+#include "Core/CopyBytes.h"
 #include "Core/Exceptions.h"
 #include "Core/Log.h"
+#include "Core/MappedReader.h"
+#include "Core/MemoryReader.h"
+#include "Core/StdioReader.h"
+#include "Core/ViewReader.h"
 #include "Util/Compressor.h"
 #include "Util/LZ4Compressor.h"
 #include "Util/LZ77Compressor.h"
@@ -61,6 +69,15 @@ constexpr unsigned int kShortSubHeaderSize = sizeof(SubBlockHeader) - sizeof(uin
   throw Core::BasicException(message);
 }
 
+// The reader, if it is one of the library's own. What is derived from these may read other bytes
+// than they show.
+Core::ViewReader* AsViewer(Core::DataReader* reader) {
+  const std::type_info& type = typeid(*reader);
+  const bool isOwn = type == typeid(Core::StdioReader) || type == typeid(Core::MemoryReader) ||
+                     type == typeid(Core::MappedReader);
+  return isOwn ? static_cast<Core::ViewReader*>(reader) : nullptr;
+}
+
 template <typename T>
 T Load(const unsigned char* bytes) {
   T value{};
@@ -82,6 +99,7 @@ bool DCAPFileProcessor::Initialize(DCAPConsumer* consumer,
   // Everything else still has its initial value, since there is no second initialisation.
   consumer_ = consumer;
   reader_ = reader;
+  viewer_ = AsViewer(reader.get());
   initialized_ = true;
   processNextType2Block = false;
   ReadFileHeader(fileSize);
@@ -163,10 +181,11 @@ unsigned long DCAPFileProcessor::CheckedRead(void* buffer, unsigned long size,
 }
 
 // The read-ahead window holds bytes of the current block that came from the reader and were not
-// processed yet. It makes one virtual Read of many small ones and lets payloads be handed on where
-// they lie. Because it never holds bytes of the next block and `position_` minus `Ahead()` is what
-// has been processed, nobody outside can tell it from reading piece by piece; the texts of failures
-// follow from how many bytes of a piece the stream still had.
+// processed yet: where the reader has them, if it shows them, otherwise in a buffer. It makes one
+// virtual Read of many small ones and lets payloads be handed on where they lie. Because it never
+// holds bytes of the next block and `position_` minus `Ahead()` is what has been processed, nobody
+// outside can tell it from reading piece by piece; the texts of failures follow from how many bytes
+// of a piece the stream still had.
 
 // Processes `size` bytes of the block, which the window can hold, and returns them.
 inline const unsigned char* DCAPFileProcessor::Take(unsigned long size,
@@ -190,8 +209,26 @@ inline const unsigned char* DCAPFileProcessor::TakeBody(const SubBlockHeader& su
   return body;
 }
 
+// Makes the next `size` bytes of the block, and what else the reader has of it at hand, the window.
+// When the reader cannot show them it is left where they begin.
+bool DCAPFileProcessor::FillByView(unsigned long size) {
+  const unsigned long kept = Ahead();
+  if (kept != 0 && reader_->Seek(SEEK_CUR, -static_cast<int64_t>(kept)) != 0) return false;
+  windowCursor_ = windowEnd_;
+  unfetched_ += kept;
+  position_ -= kept;
+  const std::span<const unsigned char> bytes = viewer_->View(size, unfetched_);
+  if (bytes.empty()) return false;
+  windowCursor_ = bytes.data();
+  windowEnd_ = windowCursor_ + bytes.size();
+  unfetched_ -= bytes.size();
+  position_ += bytes.size();
+  return true;
+}
+
 // Brings at least `size` bytes of the block into the window, and as many as it can hold.
 void DCAPFileProcessor::Fill(unsigned long size, const std::string& message) {
+  if (viewer_ != nullptr && FillByView(size)) return;
   const unsigned long kept = Ahead();
   if (window_ == nullptr) {
     window_ = std::make_unique_for_overwrite<unsigned char[]>(kWindowSize);
@@ -207,7 +244,7 @@ void DCAPFileProcessor::Fill(unsigned long size, const std::string& message) {
   if (Ahead() < size) Fail(message);
 }
 
-[[gnu::cold, gnu::noinline]] const unsigned char* DCAPFileProcessor::TakeBodyAcrossWindow(
+[[gnu::noinline]] const unsigned char* DCAPFileProcessor::TakeBodyAcrossWindow(
     unsigned int size, unsigned int descSize) {
   if (size < descSize) {
     // Whether the stream has the description decides the text, even past the sub-block's end.
@@ -217,16 +254,18 @@ void DCAPFileProcessor::Fill(unsigned long size, const std::string& message) {
     Fail(SubBlockDataFailMsg);
   }
   if (Ahead() < descSize) Fill(descSize, SubBlockDescFailMsg);
-  if (size <= kWindowSize) return Take(size, SubBlockDataFailMsg);
+  if (size <= kWindowSize || (viewer_ != nullptr && FillByView(size))) {
+    return Take(size, SubBlockDataFailMsg);
+  }
 
   unsigned long have = 0;
   while (have < size) {
     const unsigned long target =
-        std::min<unsigned long>(size, std::max({dataBufferSize_, kTrustedSize, 2 * have}));
+        std::min<unsigned long>(size, std::max({dataBufferSize_, kTrustedSize, Ahead(), 2 * have}));
     EnsureSpace(&dataBuffer_, &dataBufferSize_, target, have);
     if (have == 0) {
       have = Ahead();
-      std::memcpy(dataBuffer_.get(), windowCursor_, have);
+      Core::CopyBytes(dataBuffer_.get(), windowCursor_, have);
       windowCursor_ = windowEnd_;
     }
     const unsigned long count =
@@ -355,46 +394,24 @@ const unsigned char* DCAPFileProcessor::Inflate(const unsigned char* payload, un
   return inflateBuffer_.get();
 }
 
-inline unsigned int DCAPFileProcessor::ProcessApiCall(const SubBlockHeader& subHeader) {
-  bool isMethod = false;
-  bool isPacked = false;
-  switch (subHeader.type) {
-    case kSubBlockFunctionCall:
-      break;
-    case kSubBlockMethodCall:
-      isMethod = true;
-      break;
-    case kSubBlockCompressedFunctionCall:
-      isPacked = true;
-      break;
-    case kSubBlockCompressedMethodCall:
-      isMethod = isPacked = true;
-      break;
-    default:
-      Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                 "Unrecognized API call sub-block type");
-      return 0;
-  }
-  const unsigned int plainDescSize = isMethod ? sizeof(MethodCallDesc) : sizeof(FunctionCallDesc);
-  const unsigned int descSize = plainDescSize + (isPacked ? kInflatedSizeSize : 0);
-  const unsigned char* body = TakeBody(subHeader, descSize);
-  const unsigned char* payload = body + descSize;
-  unsigned int size = subHeader.size - descSize;
-  MethodCallDesc desc{};
-  if (isMethod) {
-    desc = Load<MethodCallDesc>(body);
-  } else {
-    desc.callId = Load<FunctionCallDesc>(body).callId;
-  }
+// Each kind of call has code of its own, without a branch on the kind.
+template <typename Desc, bool kIsPacked>
+inline unsigned int DCAPFileProcessor::ProcessCall(const SubBlockHeader& subHeader) {
+  constexpr bool kIsMethod = std::is_same_v<Desc, MethodCallDesc>;
+  constexpr unsigned int kDescSize = sizeof(Desc) + (kIsPacked ? kInflatedSizeSize : 0);
+  const unsigned char* body = TakeBody(subHeader, kDescSize);
+  const unsigned char* payload = body + kDescSize;
+  unsigned int size = subHeader.size - kDescSize;
+  const auto desc = Load<Desc>(body);
   lastCallId_ = desc.callId;
 
   const SubBlockHeader* header = &subHeader;
-  SubBlockHeader plainHeader{};
-  if (isPacked) [[unlikely]] {
+  [[maybe_unused]] SubBlockHeader plainHeader{};
+  if constexpr (kIsPacked) {
     // The consumer sees what an uncompressed sub-block would have said; its size cannot wrap.
-    const auto inflatedSize = Load<uint32_t>(body + plainDescSize);
-    plainHeader = {isMethod ? kSubBlockMethodCall : kSubBlockFunctionCall,
-                   inflatedSize + std::min(plainDescSize, UINT32_MAX - inflatedSize),
+    const auto inflatedSize = Load<uint32_t>(body + sizeof(Desc));
+    plainHeader = {kIsMethod ? kSubBlockMethodCall : kSubBlockFunctionCall,
+                   inflatedSize + std::min<uint32_t>(sizeof(Desc), UINT32_MAX - inflatedSize),
                    subHeader.threadId};
     header = &plainHeader;
     if (compressed_ && size != 0) {
@@ -409,12 +426,29 @@ inline unsigned int DCAPFileProcessor::ProcessApiCall(const SubBlockHeader& subH
     }
   }
   if (IsThreadFiltered(subHeader)) return subHeader.size;
-  if (isMethod) {
+  if constexpr (kIsMethod) {
     consumer_->ProcessMethodCall(*header, desc, payload, size);
   } else {
-    consumer_->ProcessFunctionCall(*header, FunctionCallDesc{desc.callId}, payload, size);
+    consumer_->ProcessFunctionCall(*header, desc, payload, size);
   }
   return subHeader.size;
+}
+
+inline unsigned int DCAPFileProcessor::ProcessApiCall(const SubBlockHeader& subHeader) {
+  switch (subHeader.type) {
+    case kSubBlockFunctionCall:
+      return ProcessCall<FunctionCallDesc, false>(subHeader);
+    case kSubBlockMethodCall:
+      return ProcessCall<MethodCallDesc, false>(subHeader);
+    case kSubBlockCompressedFunctionCall:
+      return ProcessCall<FunctionCallDesc, true>(subHeader);
+    case kSubBlockCompressedMethodCall:
+      return ProcessCall<MethodCallDesc, true>(subHeader);
+    default:
+      Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, __LINE__, kUnit, true,
+                 "Unrecognized API call sub-block type");
+      return 0;
+  }
 }
 
 inline unsigned int DCAPFileProcessor::ProcessMetadata(const SubBlockHeader& subHeader) {

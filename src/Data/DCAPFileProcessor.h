@@ -13,6 +13,9 @@
 #include "Data/DCAPConsumer.h"
 #include "Data/DCAPFormat.h"
 
+namespace Core {
+class ViewReader;
+}
 namespace Util {
 class Compressor;
 }
@@ -30,7 +33,8 @@ namespace Data {
 ///
 /// A processor serves one capture and one thread at a time. It shares the reader, borrows the
 /// consumer, and reads ahead inside a block, never beyond it: between two calls of
-/// `ProcessNextBlock` the reader stands at a block boundary.
+/// `ProcessNextBlock` the reader stands at a block boundary. Inside a block nobody else may use the
+/// reader; what the consumer receives may lie in the reader's own memory (`Core/ViewReader.h`).
 ///
 /// Errors of the format or of the stream are thrown as `Core::BasicException` with one of the texts
 /// below and end processing; what a consumer throws passes through and ends it too. Whatever bytes
@@ -99,6 +103,8 @@ class DCAPKIT_API DCAPFileProcessor {
                           unsigned long needed, unsigned long kept = 0);
   bool ProcessFrameBlock(const BlockHeader& header);
   unsigned int ProcessApiCall(const SubBlockHeader& subHeader);
+  template <typename Desc, bool kIsPacked>
+  unsigned int ProcessCall(const SubBlockHeader& subHeader);
   unsigned int ProcessMetadata(const SubBlockHeader& subHeader);
   bool IsThreadFiltered(const SubBlockHeader& subHeader);
   void NoteThread(uint32_t threadId);
@@ -111,19 +117,20 @@ class DCAPKIT_API DCAPFileProcessor {
   const unsigned char* Take(unsigned long size, const std::string& message);
   const unsigned char* TakeBody(const SubBlockHeader& subHeader, unsigned int descSize);
   void Fill(unsigned long size, const std::string& message);
+  bool FillByView(unsigned long size);
   const unsigned char* TakeBodyAcrossWindow(unsigned int size, unsigned int descSize);
-  void DropWindow();
   const unsigned char* Inflate(const unsigned char* payload, unsigned int size,
                                uint32_t inflatedSize);
 
   DCAPConsumer* consumer_ = nullptr;
   std::shared_ptr<Core::DataReader> reader_;
-  uint32_t versionWord_ = 0;       // header bytes 4-7
-  uint64_t headerFileSize_ = 0;    // 0 in an unfinished capture
-  uint64_t blockStart_ = 0;        // reader position of the current block header
-  uint32_t headerFrameCount_ = 0;  // 0 in an unfinished capture
-  uint32_t currentFrame_ = 0;      // sequence number of the last type-1 block
-  uint64_t position_ = 0;          // bytes got from the reader, the window's included
+  Core::ViewReader* viewer_ = nullptr;  // the reader, when it is one of the library's own
+  uint32_t versionWord_ = 0;            // header bytes 4-7
+  uint64_t headerFileSize_ = 0;         // 0 in an unfinished capture
+  uint64_t blockStart_ = 0;             // reader position of the current block header
+  uint32_t headerFrameCount_ = 0;       // 0 in an unfinished capture
+  uint32_t currentFrame_ = 0;           // sequence number of the last type-1 block
+  uint64_t position_ = 0;               // bytes got from the reader, the window's included
   uint32_t lastBlockType_ = 0;
   uint8_t optionHighByte_ = 0;
   bool optionBit4_ = false;
