@@ -64,10 +64,19 @@ class DCAPKIT_API DCAPDecodeConsumer : public DCAPConsumer {
                        const unsigned char* data, unsigned int size) override;
 
  private:
+  // A decoder, and what its type tells of it: see AddDecoder.
+  enum class DecoderKind : uint8_t { kEGL, kGL, kOther };
+  struct Route {
+    Decoder* decoder;
+    uint32_t firstId;
+    uint32_t idCount;
+    DecoderKind kind;
+  };
+
   bool threadIdsPresent_ = false;
   uint32_t currentBlockType_ = 0;
   std::vector<BlockEventHandler*> blockEventHandlers_;
-  std::vector<Decoder*> decoders_;
+  std::vector<Route> routes_;
   MetaDecoder metaDecoder_;
 };
 
