@@ -13,7 +13,7 @@ struct Work {
 };
 
 /// Runs `bare` and `measured` in turn, as often as the benchmark iterates. Reports the median of
-/// bare / measured by the processor time of this thread as "ratio" (1 is as fast as the bare
+/// bare / measured by processor time as "ratio" (1 is as fast as the bare
 /// baseline, more is faster) and the best of each as "bare/s" and "measured/s". Whoever else loads
 /// the machine slows both.
 void Compare(benchmark::State& state, Work work, const std::function<void()>& bare,

@@ -6,15 +6,10 @@
 
 #include "Data/DCAPConsumer.h"
 
-/// Counts calls, and payload bytes without looking at them.
+/// Adds up calls and payload bytes, without looking at these.
 class CountingConsumer final : public Data::DCAPConsumer {
  public:
-  uint64_t calls = 0;
   uint64_t sum = 0;
-
-  friend bool operator==(const CountingConsumer& a, const CountingConsumer& b) {
-    return a.calls == b.calls && a.sum == b.sum;
-  }
 
   void ProcessFileStart(const Data::FileHeader&) override {}
   void ProcessFileEnd() override {}
@@ -23,13 +18,11 @@ class CountingConsumer final : public Data::DCAPConsumer {
   void ProcessFrameNumber(unsigned int number) override { sum += number; }
   void ProcessMethodCall(const Data::SubBlockHeader&, const Data::MethodCallDesc&,
                          const unsigned char*, unsigned int size) override {
-    sum += size;
-    ++calls;
+    sum += 1 + size;
   }
   void ProcessFunctionCall(const Data::SubBlockHeader& header, const Data::FunctionCallDesc& desc,
                            const unsigned char*, unsigned int size) override {
-    sum += size + desc.callId + header.threadId;
-    ++calls;
+    sum += 1 + size + desc.callId + header.threadId;
   }
   void ProcessMetadata(const Data::SubBlockHeader&, const Data::MetadataDesc&, const unsigned char*,
                        unsigned int size) override {

@@ -71,15 +71,18 @@ const std::vector<RecordedCall>& RecordedCalls() {
   return calls;
 }
 
-std::vector<RecordedCall> SelectCalls(int pointers) {
+std::vector<RecordedCall> SmallCalls() {
   constexpr size_t kSmall = 128;
-  std::vector<RecordedCall> calls;
-  for (const RecordedCall& call : RecordedCalls()) {
-    if (call.payload.size() <= kSmall && BareWalkKnows(call.id) &&
-        BarePointerCount(call.id) == pointers) {
-      calls.push_back(call);
-    }
-  }
+  std::vector<RecordedCall> calls = RecordedCalls();
+  std::erase_if(calls, [](const RecordedCall& call) { return call.payload.size() > kSmall; });
+  return calls;
+}
+
+std::vector<RecordedCall> SelectCalls(int pointers) {
+  std::vector<RecordedCall> calls = SmallCalls();
+  std::erase_if(calls, [pointers](const RecordedCall& call) {
+    return !BareWalkKnows(call.id) || BarePointerCount(call.id) != pointers;
+  });
   return calls;
 }
 

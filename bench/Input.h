@@ -18,7 +18,9 @@ struct RecordedCall {
 /// All function calls of the capture that the benchmarks were started with, in file order.
 const std::vector<RecordedCall>& RecordedCalls();
 
-/// Those of them that the bare walk knows, with small payloads and as many pointers each.
+/// Those of them with small payloads.
+std::vector<RecordedCall> SmallCalls();
+/// Those of the small ones that the bare walk knows, with as many pointers each.
 std::vector<RecordedCall> SelectCalls(int pointers);
 
 /// Sets the capture; before anything is measured.

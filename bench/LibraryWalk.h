@@ -14,16 +14,21 @@
 
 #include "CountingAdapter.h"
 
-/// A processor over a file with both decoders behind it, up to but not including the first block.
+/// A processor over a capture with both decoders behind it, up to but not including the first
+/// block.
 class LibraryWalk {
  public:
-  LibraryWalk(const std::string& path, std::span<CountingAdapter> adapters) {
+  LibraryWalk(const std::string& path, std::span<CountingAdapter> adapters)
+      : LibraryWalk(std::make_shared<Core::StdioReader>(path), adapters) {}
+
+  LibraryWalk(const std::shared_ptr<Core::DataReader>& reader,
+              std::span<CountingAdapter> adapters) {
     for (CountingAdapter& adapter : adapters) {
       glDecoder_.AddAdapter(&adapter);
     }
     consumer_.AddDecoder(&eglDecoder_);
     consumer_.AddDecoder(&glDecoder_);
-    processor_.Initialize(&consumer_, std::make_shared<Core::StdioReader>(path), 0);
+    processor_.Initialize(&consumer_, reader, 0);
   }
 
   bool NextBlock() { return processor_.ProcessNextBlock(); }

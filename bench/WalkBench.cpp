@@ -40,7 +40,7 @@ void WalkAndDecode(benchmark::State& state, const Input& input) {
       [&] {
         LibraryWalk(input.Path(), {&measured, 1}).Finish();
       });
-  if (measured != bare) {
+  if (measured.sum != bare.sum) {
     state.SkipWithError("the two walks differ");
   }
 }
@@ -81,7 +81,7 @@ void WalkOnly(benchmark::State& state) {
         while (processor.ProcessNextBlock()) {
         }
       });
-  if (measured != bare) {
+  if (measured.sum != bare.sum) {
     state.SkipWithError("the two walks differ");
   }
 }
