@@ -1,7 +1,7 @@
 // Counts the glDrawArrays and glDrawElements calls of every frame of a capture.
 #include <cstdio>
-#include <exception>
 #include <memory>
+#include <stdexcept>
 
 #include "Core/StdioReader.h"
 #include "Data/DCAPDecodeConsumer.h"
@@ -17,6 +17,7 @@ class DrawCounter : public Data::GLAdapter {
 
 int main(int argc, char** argv) try {
   auto reader = std::make_shared<Core::StdioReader>(argc > 1 ? argv[1] : "");
+  if (!reader->IsValid()) throw std::runtime_error("cannot open the capture");
   DrawCounter counter;
   Data::GLDecoder decoder;
   decoder.AddAdapter(&counter);

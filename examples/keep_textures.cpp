@@ -2,10 +2,10 @@
 // become PAM files, which image converters read; others are kept as the bytes that were recorded.
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -135,6 +135,7 @@ int main(int argc, char** argv) try {
     return 2;
   }
   auto reader = std::make_shared<Core::StdioReader>(argv[1]);
+  if (!reader->IsValid()) throw std::runtime_error("cannot open the capture");
   TextureKeeper keeper(argv[2]);
   Data::GLDecoder decoder;
   decoder.AddAdapter(&keeper);

@@ -2,9 +2,9 @@
 // for what needs no arguments it is less work than an adapter, and faster.
 #include <algorithm>
 #include <cstdio>
-#include <exception>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -60,6 +60,7 @@ class LargestPayloads : public Data::DCAPConsumer {
 
 int main(int argc, char** argv) try {
   auto reader = std::make_shared<Core::StdioReader>(argc > 1 ? argv[1] : "");
+  if (!reader->IsValid()) throw std::runtime_error("cannot open the capture");
   LargestPayloads consumer;
   Data::DCAPFileProcessor processor;
   processor.Initialize(&consumer, reader, reader->Size());

@@ -1,9 +1,9 @@
 // Counts how often the calls of a capture name each object: a generic adapter does at once for
 // every call what a typed one would do 554 times.
 #include <cstdio>
-#include <exception>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -34,6 +34,7 @@ class ObjectUses : public Data::GenericAdapter {
 
 int main(int argc, char** argv) try {
   auto reader = std::make_shared<Core::StdioReader>(argc > 1 ? argv[1] : "");
+  if (!reader->IsValid()) throw std::runtime_error("cannot open the capture");
   ObjectUses counter;
   Data::EGLDecoder eglDecoder;
   eglDecoder.AddAdapter(counter.AsEGLAdapter());

@@ -1,8 +1,8 @@
 // Prints the calls that one thread made: print_thread FILE THREAD
 #include <cstdio>
 #include <cstdlib>
-#include <exception>
 #include <memory>
+#include <stdexcept>
 
 #include "Core/StdioReader.h"
 #include "Data/DCAPDecodeConsumer.h"
@@ -81,6 +81,7 @@ int main(int argc, char** argv) try {
     return 2;
   }
   auto reader = std::make_shared<Core::StdioReader>(argv[1]);
+  if (!reader->IsValid()) throw std::runtime_error("cannot open the capture");
   ThreadPrinter printer(static_cast<uint32_t>(std::strtoul(argv[2], nullptr, 0)));
   Data::EGLDecoder eglDecoder;
   eglDecoder.AddAdapter(printer.AsEGLAdapter());

@@ -19,6 +19,11 @@ class Documents(unittest.TestCase):
         self.assertEqual(blocks("README.md", "cpp"),
                          [(SOURCE / "examples/draws_per_frame.cpp").read_text()])
 
+    def test_links_lead_somewhere(self):
+        for document in [SOURCE / "README.md", *(SOURCE / "docs").glob("*.md")]:
+            for link in re.findall(r"\]\(([^)#:]+)\)", document.read_text()):
+                self.assertTrue((document.parent / link).exists(), f"{document.name}: {link}")
+
     def test_code_in_documents_is_that_of_the_examples(self):
         examples = [file.read_text() for file in (SOURCE / "examples").glob("*.cpp")]
         for document in (SOURCE / "docs").glob("*.md"):

@@ -116,6 +116,7 @@ class Examples(unittest.TestCase):
     def test_what_is_no_capture_is_an_error(self):
         for name in ("draws_per_frame", "largest_payloads", "object_uses"):
             example(name, __file__, status=1)
+            example(name, "/nonexistent.dcap", status=1)
             example(name, status=1)
         example("print_thread", __file__, 1, status=1)
         with tempfile.TemporaryDirectory() as folder:
