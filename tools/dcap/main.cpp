@@ -4,6 +4,8 @@
 #include <exception>
 
 #include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
 
 #include "Command.h"
 #include "CommandLine.h"
