@@ -1,6 +1,9 @@
 // Listing calls as text.
 #include <charconv>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -8,28 +11,19 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Capture.h"
 #include "Compare.h"
 #include "Input.h"
-#include "Printer.h"
+#include "Tool.h"
 
 namespace {
 
-class NullSink final : public TextSink {
- public:
-  void Write(std::string_view text) override { benchmark::DoNotOptimize(text.data()); }
-};
-
-class StringSink final : public TextSink {
- public:
-  void Write(std::string_view more) override { text += more; }
-  std::string text;
-};
-
-void Dump(const std::string& path, const std::string& format, TextSink* sink) {
-  const std::unique_ptr<Printer> printer = MakePrinter({format, false}, sink);
-  WalkCapture(path, printer.get());
-  printer->Flush();
+std::string TextOfDump(const std::string& path, const std::string& format) {
+  const std::string output = path + ".out";
+  RunTool({"dump", "--format", format, path}, output);
+  std::ifstream file(output, std::ios::binary);
+  std::string text(std::istreambuf_iterator<char>(file), {});
+  std::filesystem::remove(output);
+  return text;
 }
 
 // The text of a dump as words, marks and numbers: what formatting code writes piece by piece.
@@ -52,12 +46,13 @@ class BareLines {
     }
   }
 
-  // Writes it all once, from a buffer that is emptied whenever it is full.
-  void Format(TextSink* sink) {
+  // Writes it all once, into a buffer that goes to `write` whenever it is full.
+  template <typename Write>
+  void Format(Write write) {
     char* out = buffer_;
     for (const Piece& piece : pieces_) {
       if (out + piece.text.size() + kNumberRoom > buffer_ + sizeof(buffer_)) {
-        sink->Write({buffer_, static_cast<size_t>(out - buffer_)});
+        write(std::string_view(buffer_, static_cast<size_t>(out - buffer_)));
         out = buffer_;
       }
       std::memcpy(out, piece.text.data(), piece.text.size());
@@ -68,7 +63,7 @@ class BareLines {
         out = std::to_chars(out, out + kNumberRoom, piece.real).ptr;
       }
     }
-    sink->Write({buffer_, static_cast<size_t>(out - buffer_)});
+    write(std::string_view(buffer_, static_cast<size_t>(out - buffer_)));
   }
 
   [[nodiscard]] const std::string& Text() const { return text_; }
@@ -127,26 +122,25 @@ class BareLines {
 void DumpAs(benchmark::State& state, const std::string& format) {
   // The lines of one frame stand for those of all.
   const Input oneFrame(SmallCalls(), Data::kCompressionNone, 1);
-  StringSink lines;
-  Dump(oneFrame.Path(), format, &lines);
-  const auto bare = std::make_unique<BareLines>(lines.text);
-  StringSink again;
-  bare->Format(&again);
-  if (again.text != lines.text) {
+  const auto bare = std::make_unique<BareLines>(TextOfDump(oneFrame.Path(), format));
+  std::string again;
+  bare->Format([&](std::string_view text) { again += text; });
+  if (again != bare->Text()) {
     state.SkipWithError("the bare lines differ");
     return;
   }
 
   const Input input(SmallCalls());
-  NullSink null;
   Compare(
       state, {static_cast<double>(input.Calls()), "calls"},
       [&] {
         for (uint64_t frame = 0; frame < input.Frames(); ++frame) {
-          bare->Format(&null);
+          bare->Format([](std::string_view text) { benchmark::DoNotOptimize(text.data()); });
         }
       },
-      [&] { Dump(input.Path(), format, &null); });
+      [&] {
+        RunTool({"dump", "--format", format, input.Path()});
+      });
 }
 
 [[maybe_unused]] const benchmark::internal::Benchmark* const registered[] = {

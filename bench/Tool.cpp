@@ -14,16 +14,16 @@
 namespace {
 
 // Sends standard output elsewhere for a while.
-class QuietOutput {
+class OutputTo {
  public:
-  QuietOutput() : output_(dup(STDOUT_FILENO)) {
-    const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dup2(null, STDOUT_FILENO);
-    close(null);
+  explicit OutputTo(const std::string& path) : output_(dup(STDOUT_FILENO)) {
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    dup2(file, STDOUT_FILENO);
+    close(file);
   }
-  QuietOutput(const QuietOutput&) = delete;
-  QuietOutput& operator=(const QuietOutput&) = delete;
-  ~QuietOutput() {
+  OutputTo(const OutputTo&) = delete;
+  OutputTo& operator=(const OutputTo&) = delete;
+  ~OutputTo() {
     dup2(output_, STDOUT_FILENO);
     close(output_);
   }
@@ -34,13 +34,13 @@ class QuietOutput {
 
 }  // namespace
 
-void RunTool(std::vector<std::string> arguments) {
+void RunTool(std::vector<std::string> arguments, const std::string& output) {
   CLI::App app;
   int status = kExitOk;
   for (AddCommand* add : kCommands) {
     add(app, &status);
   }
-  const QuietOutput quiet;
+  const OutputTo redirected(output);
   std::reverse(arguments.begin(), arguments.end());  // as the parser wants them
   app.parse(arguments);
   if (status != kExitOk) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-/// Runs `dcap ARGUMENTS...` with standard output to /dev/null. Throws std::runtime_error when it
+/// Runs `dcap ARGUMENTS...` with standard output to a file. Throws std::runtime_error when it
 /// fails.
-void RunTool(std::vector<std::string> arguments);
+void RunTool(std::vector<std::string> arguments, const std::string& output = "/dev/null");
 
 #endif  // DCAPKIT_BENCH_TOOL_H
