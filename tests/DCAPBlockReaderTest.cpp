@@ -1,6 +1,7 @@
 // The reader that shows everything: on captures of every make, and on damaged ones.
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -78,6 +79,94 @@ TEST(DCAPBlockReaderTest, SkipsWhatNobodyAsksFor) {
   EXPECT_FALSE(reader.NextSubBlock(&subBlock));
   EXPECT_FALSE(reader.NextSubBlock(&subBlock));
   EXPECT_FALSE(reader.NextBlock());
+  EXPECT_FALSE(reader.NextBlock());
+}
+
+// Counts the bytes that are read.
+class CountingReader : public Core::MemoryReader {
+ public:
+  using Core::MemoryReader::MemoryReader;
+  unsigned long Read(void* buffer, unsigned long size) override {
+    const unsigned long read = Core::MemoryReader::Read(buffer, size);
+    count += read;
+    return read;
+  }
+  uint64_t count = 0;
+};
+
+TEST(DCAPBlockReaderTest, DescriptionsAreThoseOfWholeSubBlocks) {
+  for (uint32_t seed = 0; seed < 100; ++seed) {
+    const std::vector<uint8_t> bytes = RandomCapture(seed).Finish();
+    DCAPBlockReader whole(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+    DCAPBlockReader desc(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+    StoredSubBlock a{};
+    StoredSubBlock b{};
+    while (whole.NextBlock() && desc.NextBlock()) {
+      while (whole.NextSubBlock(&a)) {
+        ASSERT_TRUE(desc.NextSubBlockDesc(&b)) << seed;
+        ASSERT_EQ(std::tie(a.type, a.size, a.threadId), std::tie(b.type, b.size, b.threadId));
+        ASSERT_EQ(DCAPBlockReader::CallId(a), DCAPBlockReader::CallId(b));
+        ASSERT_EQ(desc.InflatedSize(b),
+                  a.IsCall() ? whole.ReadCall(a)->size : whole.InflatedSize(a));
+      }
+      ASSERT_FALSE(desc.NextSubBlockDesc(&b));
+    }
+    ASSERT_FALSE(desc.NextBlock());
+  }
+}
+
+TEST(DCAPBlockReaderTest, DescriptionsTellDecompressedSizes) {
+  CaptureBuilder capture(kCompressionLZ77 << kOptionCompressionShift);
+  capture.FrameBlock(1).CompressedCall(5, std::string(1000, 'x')).StoredCall(6, 12345, "");
+  capture.StoredCall(7, 0, "bad").Call(8, "four").SubBlock(6, "unknown").SubBlock(5, "short");
+  const std::vector<uint8_t> bytes = capture.Finish();
+  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  StoredSubBlock subBlock{};
+  reader.NextBlock();
+  for (const uint32_t size : {1000u, 0u, 0u, 4u, 7u}) {
+    ASSERT_TRUE(reader.NextSubBlockDesc(&subBlock));
+    EXPECT_EQ(reader.InflatedSize(subBlock), size);
+  }
+  ASSERT_TRUE(reader.NextSubBlockDesc(&subBlock));
+  EXPECT_THROW(static_cast<void>(reader.InflatedSize(subBlock)), Core::BasicException);
+}
+
+TEST(DCAPBlockReaderTest, DescriptionsDoNotReadPayloads) {
+  CaptureBuilder capture;
+  capture.FrameBlock(1);
+  for (uint16_t i = 0; i < 20; ++i) capture.Call(i, std::string(1000000, 'x'));
+  auto bytes = std::make_shared<CountingReader>(capture.Call(20, "small").FrameBlock(2).Finish());
+  DCAPBlockReader reader(bytes);
+  StoredSubBlock subBlock{};
+  reader.NextBlock();
+  for (uint16_t i = 0; i <= 20; ++i) {
+    ASSERT_TRUE(reader.NextSubBlockDesc(&subBlock));
+    EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(i));
+  }
+  EXPECT_FALSE(reader.NextSubBlockDesc(&subBlock));
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_LT(bytes->count, 500000u);
+}
+
+TEST(DCAPBlockReaderTest, ContinuesAtAnyBlock) {
+  CaptureBuilder capture;
+  capture.FrameBlock(11).Call(1, "one").Call(2, "two").OtherBlock(9, "body").FrameBlock(12);
+  const std::vector<uint8_t> bytes = capture.Call(3, "three").Finish();
+  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  StoredSubBlock subBlock{};
+  std::vector<uint64_t> begins;
+  while (reader.NextBlock()) begins.push_back(reader.BlockBegin());
+  ASSERT_EQ(begins.size(), 3u);
+  reader.ContinueAt(begins[0]);
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_EQ(reader.BlockEnd(), begins[1]);
+  EXPECT_TRUE(reader.NextSubBlock(&subBlock));
+  reader.ContinueAt(begins[2]);
+  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+  EXPECT_TRUE(reader.NextBlock());
+  EXPECT_EQ(reader.FrameNumber(), 12u);
+  EXPECT_TRUE(reader.NextSubBlock(&subBlock));
+  EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(3));
   EXPECT_FALSE(reader.NextBlock());
 }
 

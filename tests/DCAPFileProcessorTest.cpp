@@ -249,6 +249,35 @@ TEST_P(DCAPFileProcessorTest, AtEofInsideACallIsTrueOnlyOnceAllIsProcessed) {
   }
 }
 
+TEST_P(DCAPFileProcessorTest, ContinuesAtAnyBlockAsIfItHadComeThere) {
+  CaptureBuilder capture(kThreads | Data::kOptionType2BeforeFirst);
+  std::vector<size_t> begins;
+  const auto block = [&](CaptureBuilder& begun) { begins.push_back(begun.EndBlock().Size()); };
+  block(capture);
+  block(capture.Type2Block(1).Call(1, "set-up"));
+  block(capture.FrameBlock(0).Call(2, std::string(40000, 'x')));
+  block(capture.Type2Block(2).Call(3, "set-up still"));
+  block(capture.FrameBlock(7).Call(4, "four"));
+  block(capture.Type2Block(3).Call(5, "skipped"));
+  capture.OtherBlock(9, "other").FrameBlock(8).Call(6, "six");
+  const std::vector<uint32_t> numbersBefore = {0, 0, 0, 0, 7, 7};
+  const std::vector<ptrdiff_t> eventsBefore = {0, 2, 4, 6, 8, 8};
+  Run(capture);
+  const std::vector<std::string> whole = Contents();
+  for (size_t i = 0; i < begins.size(); ++i) {
+    Renew();
+    Open(capture);
+    processor->ProcessNextBlock();
+    processor->ContinueAt(begins[i], numbersBefore[i]);
+    EXPECT_EQ(processor->Position(), begins[i]);
+    recorder.events.clear();
+    while (processor->ProcessNextBlock()) {
+    }
+    EXPECT_EQ(Contents(), std::vector<std::string>(whole.begin() + eventsBefore[i], whole.end()));
+    EXPECT_EQ(LastEvent(), "file end");
+  }
+}
+
 // ---- Type-2 and unknown blocks, unknown sub-blocks.
 
 TEST_P(DCAPFileProcessorTest, AType2BlockIsSkippedWholeByDefault) {

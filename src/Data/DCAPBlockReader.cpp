@@ -17,8 +17,10 @@ namespace {
 
 using Texts = DCAPFileProcessor;
 
-// What is fetched at once.
+// What is fetched at once; less after bytes were left out, as more of them may be.
 constexpr uint64_t kWindowSize = uint64_t{256} * 1024;
+constexpr uint64_t kFirstFetch = 4096;
+constexpr uint64_t kFetchGrowth = 4;
 // Sub-blocks up to this size get their memory on the file's word, larger ones as bytes arrive.
 constexpr uint64_t kTrustedSize = uint64_t{1024} * 1024;
 
@@ -52,13 +54,13 @@ std::unique_ptr<Util::Compressor> MakeCompressor(uint32_t optionMask) {
 
 // Bytes of a call's description before its payload or its inflated size.
 uint32_t PlainDescSize(const StoredSubBlock& call) {
-  return call.IsMethodCall() ? sizeof(MethodCallDesc) : sizeof(FunctionCallDesc);
+  return call.DescSize() - (call.IsPacked() ? kInflatedSizeSize : 0);
 }
 
 }  // namespace
 
 DCAPBlockReader::DCAPBlockReader(std::shared_ptr<Core::DataReader> reader)
-    : reader_(std::move(reader)) {
+    : reader_(std::move(reader)), fetchSize_(kWindowSize) {
   if (reader_ == nullptr || !reader_->IsValid()) Fail(Texts::InvalidReaderMsg);
   if (reader_->Read(&header_, sizeof(header_)) != sizeof(header_)) Fail(Texts::FileHeaderFailMsg);
   if (header_.fourCC != kDCAPFourCC) Fail(Texts::FourCCFailMsg);
@@ -66,6 +68,16 @@ DCAPBlockReader::DCAPBlockReader(std::shared_ptr<Core::DataReader> reader)
 }
 
 DCAPBlockReader::~DCAPBlockReader() = default;
+
+void DCAPBlockReader::ContinueAt(uint64_t position) {
+  if (reader_->Seek(SEEK_SET, static_cast<int64_t>(position)) != 0) Fail(Texts::BlockHeaderFailMsg);
+  unfetched_ = 0;
+  remaining_ = 0;
+  trailerDue_ = false;
+  block_ = {};
+  nextBlock_ = position;
+  fetchSize_ = kFirstFetch;
+}
 
 bool DCAPBlockReader::NextBlock() {
   // The rest of the block at hand; a stream that cannot seek there ends.
@@ -100,6 +112,24 @@ bool DCAPBlockReader::NextBlock() {
 }
 
 bool DCAPBlockReader::NextSubBlock(StoredSubBlock* subBlock) {
+  if (!ReadSubBlockHeader(subBlock)) return false;
+  subBlock->body = Take(subBlock->size, Texts::SubBlockDataFailMsg);
+  remaining_ -= subBlock->size;
+  return true;
+}
+
+bool DCAPBlockReader::NextSubBlockDesc(StoredSubBlock* subBlock) {
+  if (!ReadSubBlockHeader(subBlock)) return false;
+  const uint32_t descSize = std::min(subBlock->DescSize(), subBlock->size);
+  // Skipping may drop the window that holds the description.
+  std::memcpy(desc_.data(), Take(descSize, Texts::SubBlockDataFailMsg), descSize);
+  subBlock->body = desc_.data();
+  Skip(subBlock->size - descSize);
+  remaining_ -= subBlock->size;
+  return true;
+}
+
+inline bool DCAPBlockReader::ReadSubBlockHeader(StoredSubBlock* subBlock) {
   if (!IsFramed()) return false;
   if (remaining_ == 0) {
     if (trailerDue_) {
@@ -119,8 +149,6 @@ bool DCAPBlockReader::NextSubBlock(StoredSubBlock* subBlock) {
   subBlock->threadId =
       hasThreadId ? Load<uint32_t>(header + offsetof(SubBlockHeader, threadId)) : 0;
   if (subBlock->size > remaining_) Fail(Texts::SubBlockDataFailMsg);
-  subBlock->body = Take(subBlock->size, Texts::SubBlockDataFailMsg);
-  remaining_ -= subBlock->size;
   return true;
 }
 
@@ -141,10 +169,17 @@ std::optional<ApiCallType> DCAPBlockReader::CallId(const StoredSubBlock& subBloc
   return static_cast<ApiCallType>(Load<uint16_t>(subBlock.body + offset));
 }
 
-std::optional<StoredCall> DCAPBlockReader::ReadCall(const StoredSubBlock& subBlock) {
-  const uint32_t plainDescSize = PlainDescSize(subBlock);
-  const uint32_t descSize = plainDescSize + (subBlock.IsPacked() ? kInflatedSizeSize : 0);
+uint32_t DCAPBlockReader::InflatedSize(const StoredSubBlock& subBlock) const {
+  const uint32_t descSize = subBlock.DescSize();
   if (subBlock.size < descSize) Fail(Texts::SubBlockDataFailMsg);
+  const bool isStored = !subBlock.IsPacked() || compressor_ == nullptr || subBlock.size == descSize;
+  return isStored ? subBlock.size - descSize
+                  : Load<uint32_t>(subBlock.body + PlainDescSize(subBlock));
+}
+
+std::optional<StoredCall> DCAPBlockReader::ReadCall(const StoredSubBlock& subBlock) {
+  const uint32_t inflatedSize = InflatedSize(subBlock);
+  const uint32_t descSize = subBlock.DescSize();
   StoredCall call{subBlock.IsMethodCall(), {}, subBlock.body + descSize, subBlock.size - descSize};
   if (call.isMethod) {
     call.desc = Load<MethodCallDesc>(subBlock.body);
@@ -153,7 +188,6 @@ std::optional<StoredCall> DCAPBlockReader::ReadCall(const StoredSubBlock& subBlo
   }
   if (!subBlock.IsPacked() || compressor_ == nullptr || call.size == 0) return call;
 
-  const auto inflatedSize = Load<uint32_t>(subBlock.body + plainDescSize);
   if (inflatedSize == 0) return {};
   if (inflatedSize > compressor_->MaxDecompressedSize(call.size)) Fail(Texts::DecompressFailMsg);
   if (inflatedCapacity_ < inflatedSize) {
@@ -180,6 +214,17 @@ inline const uint8_t* DCAPBlockReader::Take(uint32_t size, const std::string& me
   return bytes;
 }
 
+// Leaves out `size` bytes of the block, unread where they were not fetched yet.
+inline void DCAPBlockReader::Skip(uint32_t size) {
+  const uint64_t fetched = std::min<uint64_t>(Ahead(), size);
+  cursor_ += fetched;
+  if (const uint64_t rest = size - fetched; rest != 0) {
+    unfetched_ -= rest;
+    reader_->Seek(SEEK_CUR, static_cast<int64_t>(rest));
+    fetchSize_ = kFirstFetch;
+  }
+}
+
 // Fetches at least `size` bytes of the block, and what else of it fits into the window.
 void DCAPBlockReader::Fill(uint32_t size, const std::string& message) {
   const uint64_t kept = Ahead();
@@ -188,7 +233,8 @@ void DCAPBlockReader::Fill(uint32_t size, const std::string& message) {
   end_ = kept;
   while (end_ < size) {
     const uint64_t target =
-        std::max(kWindowSize, std::min<uint64_t>(size, std::max(kTrustedSize, 2 * end_)));
+        std::max(fetchSize_, std::min<uint64_t>(size, std::max(kTrustedSize, 2 * end_)));
+    fetchSize_ = std::min(fetchSize_ * kFetchGrowth, kWindowSize);
     Reserve(target);
     const uint64_t wanted = std::min(target - end_, unfetched_);
     const uint64_t count = wanted == 0 ? 0 : reader_->Read(buffer_.get() + end_, wanted);

@@ -2,6 +2,8 @@
 #ifndef DCAPKIT_DATA_DCAPBLOCKREADER_H
 #define DCAPKIT_DATA_DCAPBLOCKREADER_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -20,7 +22,8 @@ class Compressor;
 namespace Data {
 
 /// A sub-block as it is stored. `body` is its description and its payload, perhaps compressed; it
-/// is borrowed from the reader until the reader's next operation.
+/// is borrowed from the reader until the reader's next operation. Of a sub-block that was read with
+/// `NextSubBlockDesc` the description alone is there.
 struct StoredSubBlock {
   uint16_t type;  ///< `SubBlockType`, or any other value
   uint32_t threadId;
@@ -36,6 +39,13 @@ struct StoredSubBlock {
   }
   [[nodiscard]] bool IsPacked() const {
     return type == kSubBlockCompressedMethodCall || type == kSubBlockCompressedFunctionCall;
+  }
+  /// Bytes of the description, which `size` may be too small for; 0 for an unknown type.
+  [[nodiscard]] uint32_t DescSize() const {
+    if (type == kSubBlockMetadata) return sizeof(MetadataDesc);
+    if (!IsCall()) return 0;
+    const size_t plainSize = IsMethodCall() ? sizeof(MethodCallDesc) : sizeof(FunctionCallDesc);
+    return static_cast<uint32_t>(plainSize + (IsPacked() ? sizeof(uint32_t) : 0));
   }
 };
 
@@ -77,6 +87,10 @@ class DCAPKIT_API DCAPBlockReader {
   /// `BlockTrailerMissingMsg` and `FrameNumberFailMsg`.
   bool NextBlock();
 
+  /// Makes the block that begins at `position` the one that `NextBlock` goes to. Throws
+  /// `BlockHeaderFailMsg` when the stream cannot be there.
+  void ContinueAt(uint64_t position);
+
   /// How many bytes of the capture have been handed out or skipped.
   [[nodiscard]] uint64_t Position() const noexcept {
     return nextBlock_ - remaining_ - (trailerDue_ ? sizeof(DCAPFrameTrailer) : 0);
@@ -84,6 +98,11 @@ class DCAPKIT_API DCAPBlockReader {
 
   /// The header of the block at hand, as stored.
   [[nodiscard]] const BlockHeader& Block() const noexcept { return block_; }
+  /// Where it begins and ends in the stream, its header included. The end is the file's word.
+  [[nodiscard]] uint64_t BlockBegin() const noexcept {
+    return nextBlock_ - sizeof(block_) - block_.size;
+  }
+  [[nodiscard]] uint64_t BlockEnd() const noexcept { return nextBlock_; }
   /// The block is a frame or of type 2: it has a number and sub-blocks.
   [[nodiscard]] bool IsFramed() const noexcept {
     return block_.type == kBlockFrame || block_.type == kBlockType2;
@@ -96,12 +115,22 @@ class DCAPKIT_API DCAPBlockReader {
   /// `BlockTrailerFailMsg` and `BlockTrailerMissingMsg`.
   bool NextSubBlock(StoredSubBlock* subBlock);
 
+  /// The same for programs that look at no payloads: only the description is there in `body`, while
+  /// `size` is that of the whole. Payloads are not read where that saves anything, so a sub-block
+  /// that the stream does not hold whole may go unnoticed.
+  bool NextSubBlockDesc(StoredSubBlock* subBlock);
+
   /// Reads the next piece of the body of any other block. Empty at its end, which is the end of the
   /// stream if that comes first.
   std::span<const uint8_t> NextPiece();
 
   /// The identifier of a call; none for other sub-blocks and for calls too short to have one.
   [[nodiscard]] static std::optional<ApiCallType> CallId(const StoredSubBlock& subBlock);
+
+  /// Bytes that the payload of a sub-block has when it is decompressed: those behind its
+  /// description or, for a compressed call, what that states. Throws `SubBlockDataFailMsg` when the
+  /// description is not there whole.
+  [[nodiscard]] uint32_t InflatedSize(const StoredSubBlock& subBlock) const;
 
   /// Decompresses a call, which must be one. None for a compressed call that states a size of 0,
   /// which readers drop. In a capture without compression and for an empty payload the bytes are
@@ -110,6 +139,8 @@ class DCAPKIT_API DCAPBlockReader {
 
  private:
   [[nodiscard]] uint64_t Ahead() const noexcept { return end_ - cursor_; }
+  bool ReadSubBlockHeader(StoredSubBlock* subBlock);
+  void Skip(uint32_t size);
   const uint8_t* Take(uint32_t size, const std::string& message);
   void Fill(uint32_t size, const std::string& message);
   void Reserve(uint64_t capacity);
@@ -126,6 +157,8 @@ class DCAPKIT_API DCAPBlockReader {
 
   // Bytes of the block that were fetched: buffer_ from cursor_ to end_.
   std::unique_ptr<uint8_t[]> buffer_;
+  uint64_t fetchSize_;  // how many are fetched at once
+  std::array<uint8_t, sizeof(MethodCallDesc) + sizeof(uint32_t)> desc_{};  // of NextSubBlockDesc
   uint64_t capacity_ = 0;
   uint64_t cursor_ = 0;
   uint64_t end_ = 0;

@@ -362,6 +362,16 @@ bool DCAPFileProcessor::ProcessNextFrame() {
   return more;
 }
 
+void DCAPFileProcessor::ContinueAt(uint64_t position, uint32_t frameNumber) {
+  if (reader_ == nullptr || reader_->Seek(SEEK_SET, static_cast<int64_t>(position)) != 0) {
+    Fail(BlockHeaderFailMsg);
+  }
+  windowCursor_ = windowEnd_;
+  unfetched_ = 0;
+  position_ = position;
+  currentFrame_ = frameNumber;
+}
+
 inline bool DCAPFileProcessor::IsThreadFiltered(const SubBlockHeader& subHeader) {
   if (threadIdsPresent_ && (subHeader.threadId != lastThreadId_ || lastThreadIndex_ == 0)) {
     NoteThread(subHeader.threadId);

@@ -68,6 +68,13 @@ class DCAPKIT_API DCAPFileProcessor {
   /// Processes blocks up to and including the next frame. Result and rules as `ProcessNextBlock`.
   bool ProcessNextFrame();
 
+  /// Goes on with the block that begins at `position`, as if all before it had been processed and
+  /// the last frame there had the sequence number `frameNumber` (0 when there is none: a type-2
+  /// block counts as standing before the first frame then). To be called after `Initialize`,
+  /// between two blocks, at any time, going back included; indices of threads are those of what has
+  /// been processed. Throws `BlockHeaderFailMsg` when the stream cannot be there.
+  void ContinueAt(uint64_t position, uint32_t frameNumber);
+
   [[nodiscard]] unsigned char GetFileVersionMajor() const;
   [[nodiscard]] unsigned char GetFileVersionMinor() const;
 

@@ -55,23 +55,19 @@ class Errors(unittest.TestCase):
         self.damage(frame + 12, b"\xff\xff\xff\x7f")
         place = f"in frame 3 {number(frame)}"
         self.check(f"offset {frame + 20}: {place}: {PREFIX}Could not read sub-block data.",
-                   self.readers, saves=2)
-        self.check(f"offset {frame + 10}: {place}: The sub-block runs past the end of its block.",
-                   (["info", "--scan"],), saves=2)
+                   (*self.readers, ["info", "--scan"]), saves=2)
 
     def test_damage_between_frames_is_told_by_the_frame_before(self):
         frame = frames()[2]
         self.damage(frame + 2, b"\x07\0\0\0")
         place = f"after frame 2 {number(frames()[1])}"
         self.check(f"offset {frame + 6}: {place}: {PREFIX}Block trailer is not present.",
-                   self.readers, saves=2)
-        self.check(f"offset {frame}: {place}: The block is too small.", (["info"], ["frames"]),
-                   saves=2)
+                   (*self.readers, ["info"], ["frames"]), saves=2)
 
     def test_damage_at_the_start_leaves_nothing_to_save(self):
         self.damage(34, b"\x07\0\0\0")
-        self.check(f"offset 38: {PREFIX}Block trailer is not present.", self.readers)
-        self.check("offset 32: The block is too small.", (["info"], ["frames"]))
+        self.check(f"offset 38: {PREFIX}Block trailer is not present.",
+                   (*self.readers, ["info"], ["frames"]))
 
     def test_the_advice_saves_what_comes_before(self):
         frame = frames()[2]

@@ -23,6 +23,7 @@ class Info(unittest.TestCase):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.file = Path(folder.name) / "capture.dcap"
+        self.other = Path(folder.name) / "other.dcap"
 
     @unittest.skipUnless(captures(), "no captures here")
     def test_the_figures_of_real_captures_are_those_of_their_summaries(self):
@@ -98,14 +99,18 @@ class Info(unittest.TestCase):
     def test_payloads_are_not_read(self):
         payload, count = 20 << 20, 100
         frame = 6 + 4 + 10 + 2 + payload + 8
-        with open(self.file, "wb") as file:  # 2 GB, nearly all of it a hole
-            file.write(struct.pack("<4sIIQIQ", b"DCAP", 0, 0x40, 0, count, 32 + count * frame))
+        end = 32 + count * frame
+        with open(self.file, "wb") as file:  # 2 GB, nearly all of it a hole; the last frame is empty
+            file.write(struct.pack("<4sIIQIQ", b"DCAP", 0, 0x40, 0, count + 1, end + 18))
             for i in range(count):
                 file.seek(32 + i * frame)
                 file.write(struct.pack("<HIIHIIH", 1, frame - 6, i + 1, 3, 2 + payload, 7, 0x9062))
                 file.seek(32 + (i + 1) * frame - 8)
                 file.write(b"\xEE" * 8)
-        for command in (["info"], ["info", "--scan"], ["frames"], ["finalize", "--dry-run"]):
+            file.write(struct.pack("<HII", 1, 12, count + 1) + b"\xEE" * 8)
+        last = ["--frames", "0,101-"]
+        for command in (["info"], ["info", "--scan"], ["frames"], ["finalize", "--dry-run"],
+                        ["dump", *last], ["stats", *last], ["trim", *last, "-o", self.other]):
             with self.subTest(command):
                 tool = subprocess.Popen([TOOL, *command, self.file], stdout=subprocess.DEVNULL)
                 os.waitid(os.P_PID, tool.pid, os.WEXITED | os.WNOWAIT)
@@ -117,6 +122,8 @@ class Info(unittest.TestCase):
                 # Were the file mapped, reading it would be a page fault for every 64 KiB.
                 self.assertLess(usage.ru_minflt + usage.ru_majflt, 8000)
         self.assertEqual(info(self.file, "--scan")["payloadBytes"], count * payload)
+        self.assertIn(b"\n# frame 101, number 101, 12 bytes\n", dcap("dump", *last, self.file))
+        self.assertEqual(self.other.stat().st_size, 32 + 18)
 
 
 if __name__ == "__main__":

@@ -54,8 +54,8 @@ class Memory(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.file = Path(folder.name) / "large.dcap"
 
-    def check(self, *arguments, largest):
-        self.assertLess(peak(*arguments, self.file), 16 * MIB + 2 * largest)
+    def check(self, *arguments, largest, file=None):
+        self.assertLess(peak(*arguments, file or self.file), 16 * MIB + 2 * largest)
 
     @unittest.skipUnless(captures(), "no captures here")
     def test_many_frames_need_no_more_than_few(self):
@@ -93,6 +93,13 @@ class Memory(unittest.TestCase):
             for form in FORMATS:
                 with self.subTest(kind, form=form):
                     self.check("dump", "--format", form, largest=0)
+
+    def test_threads_do_not_hold_large_payloads_at_once(self):
+        size = 24 * MIB
+        call = struct.pack("<4I", 0x8892, size, 2, size) + b"bytes of data\n\n\n" * (size // 16) + bytes(4)
+        write_capture(self.file, (0x900C, call))
+        repeat_frames(self.file, self.file.with_name("frames.dcap"), 6 * size)
+        self.check("dump", "--jobs", "2", largest=size, file=self.file.with_name("frames.dcap"))
 
 
 if __name__ == "__main__":

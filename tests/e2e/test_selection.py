@@ -1,7 +1,10 @@
 """Selections: what is listed is what a filter of the whole listing keeps."""
 import fnmatch
+import json
 import re
+import tempfile
 import unittest
+from pathlib import Path
 
 from harness import CAPTURES, SAMPLE, SOURCE, captures, dcap, main, run
 
@@ -25,8 +28,8 @@ def events(lines):
             pending = []
 
 
-def listed(path, *options):
-    return dcap("dump", path, *options).decode().splitlines()
+def listed(path, *options, **how):
+    return dcap("dump", path, *options, **how).decode().splitlines()
 
 
 def bare(lines):
@@ -34,6 +37,11 @@ def bare(lines):
 
 
 class Selections(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+
     def check(self, options, keep):
         """The listing with `options` has the events for which `keep(frame, thread, name)`."""
         kept = 0
@@ -60,6 +68,21 @@ class Selections(unittest.TestCase):
                                 ((), ("--frames", "0"), ("--frames", "1-")))
         self.assertIn("# set-up block 0, 1047 bytes", setUp)
         self.assertEqual(setUp + frames[1:], whole)
+
+    def test_damage_counts_only_where_it_is_met(self):
+        whole = listed(SAMPLE)
+        frames = [i for i, line in enumerate(whole) if line.startswith("# frame")]
+        offsets = [frame["offset"] for frame in json.loads(dcap("frames", "--json", SAMPLE))]
+        file = self.folder / "damaged.dcap"
+        data = bytearray(SAMPLE.read_bytes())
+        data[offsets[1] + 12:offsets[1] + 16] = b"\xFF" * 4  # the size of a sub-block
+        file.write_bytes(data)
+        self.assertEqual(listed(file, "--frames", "3-"), whole[:1] + whole[frames[2]:])
+        self.assertIn(b"in frame 2 ", run("dump", file, "--frames", "2-", status=1).stderr)
+        data[offsets[1] + 4] = 1  # the block ends beyond the file: nothing behind it can be found
+        file.write_bytes(data)
+        self.assertEqual(listed(file, "--frames", "1", status=1), whole[:frames[1]])
+        self.assertIn(b"in frame 2 ", run("dump", file, "--frames", "3-", status=1).stderr)
 
     def test_threads_are_recorded_ids(self):
         self.check(["--threads", "4102"], lambda frame, thread, name: thread == "4102")

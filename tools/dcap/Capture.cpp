@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -14,9 +15,13 @@
 
 #include "Command.h"
 #include "Damage.h"
+#include "ParallelWalk.h"
 #include "Progress.h"
 
 namespace {
+
+// Of what is selected; large enough that hardly anything is done per range.
+constexpr uint64_t kRangeSize = uint64_t{16} << 20;
 
 std::string Bytes(uint64_t count) {
   return std::to_string(count) + (count == 1 ? " byte" : " bytes");
@@ -49,6 +54,13 @@ Capture::Capture(const std::string& path) : path_(path) {
       reader_ = std::make_shared<Data::RecoveredReader>(reader_, recovery_);
     }
   }
+}
+
+std::shared_ptr<Core::DataReader> Capture::OpenAgain() const {
+  auto file = std::make_shared<Core::StdioReader>(path_);
+  if (recovery_.storedSize == 0 || file->Size() < recovery_.storedSize) return nullptr;
+  if (recovery_.IsComplete()) return file;
+  return std::make_shared<Data::RecoveredReader>(file, recovery_);
 }
 
 void Capture::ReportState() const {
@@ -112,22 +124,46 @@ const char* CompressionName(uint32_t optionMask) {
   }
 }
 
+Place PlaceOf(const Data::DCAPFileProcessor& processor, const EventConsumer& consumer) {
+  return {processor.Position(), consumer.Context().frameOrdinal, consumer.FrameNumber(),
+          consumer.IsInFrame()};
+}
+
+bool WalkRange(Data::DCAPFileProcessor* processor, EventConsumer* consumer, const BlockRange& range,
+               Progress* progress) {
+  processor->ContinueAt(range.begin, range.numberBefore);
+  consumer->ContinueAfter(range.framesBefore, range.numberBefore);
+  do {
+    if (!processor->ProcessNextBlock() || consumer->IsFinished()) return false;
+    if (progress != nullptr) progress->Show(processor->Position());
+  } while (processor->Position() != range.end);
+  return true;
+}
+
 int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection,
-                bool showProgress) {
+                bool showProgress, const ParallelWalk* parallel) {
   EventConsumer consumer(handler, &selection);
   Data::DCAPFileProcessor processor;
-  const auto place = [&] {
-    const EventContext& context = consumer.Context();
-    return Place{processor.Position(), context.frameOrdinal, consumer.FrameNumber(),
-                 consumer.IsInFrame()};
-  };
+  std::optional<Place> failedAt;
+  const auto place = [&] { return failedAt ? *failedAt : PlaceOf(processor, consumer); };
   try {
     const Capture capture(path);
     capture.ReportState();
     processor.Initialize(&consumer, capture.Reader(), capture.Reader()->Size());
     Progress progress(path, showProgress ? capture.Reader()->Size() : 0);
-    while (processor.ProcessNextBlock() && !consumer.IsFinished()) {
-      progress.Show(processor.Position());
+    RangeWorkers workers(capture, parallel != nullptr ? parallel->jobs : 1);
+    if (workers.Threads() > 1) {
+      WalkRanges(&workers, selection, *parallel, &progress, &failedAt);
+      return capture.Status();
+    }
+    const auto index = selection.frames.IsAll() ? nullptr : capture.OpenAgain();
+    if (index == nullptr) {
+      WalkRange(&processor, &consumer, BlockRange::All(), &progress);
+    } else {
+      BlockRanges ranges(index, selection.frames, kRangeSize);
+      BlockRange range;
+      while (ranges.Next(&range) && WalkRange(&processor, &consumer, range, &progress)) {
+      }
     }
     return capture.Status();
   } catch (const std::bad_alloc&) {

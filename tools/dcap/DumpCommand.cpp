@@ -10,15 +10,39 @@
 #include "Command.h"
 #include "JsonLinesPrinter.h"
 #include "Output.h"
+#include "ParallelWalk.h"
 #include "TextPrinter.h"
 
 namespace {
+
+// The listing of a range, as JSON Lines, has some megabytes then.
+constexpr uint64_t kRangeSize = uint64_t{128} << 10;
 
 struct Options {
   std::string file;
   PrinterOptions printer;
   Selection selection;
   std::string blobs;
+  unsigned jobs = 0;
+};
+
+// Prints a range of the capture; its text takes its turn.
+class RangePrinter : public RangeHandler, private TextSink {
+ public:
+  RangePrinter(const PrinterOptions& options, InOrder::Turn* turn, TextSink* output)
+      : turn_(turn), output_(output), printer_(MakePrinter(options, this)) {}
+
+  EventHandler* Events() override { return printer_.get(); }
+  void Finish() override { printer_->Flush(); }
+
+ private:
+  void Write(std::string_view text) override {
+    turn_->Do(text.size(), [output = output_, text = std::string(text)] { output->Write(text); });
+  }
+
+  InOrder::Turn* turn_;
+  TextSink* output_;
+  std::unique_ptr<Printer> printer_;
 };
 
 int Dump(const Options& options) {
@@ -27,11 +51,17 @@ int Dump(const Options& options) {
   try {
     std::unique_ptr<BlobWriter> blobWriter;
     EventHandler* handler = printer.get();
+    ParallelWalk parallel{options.jobs, kRangeSize, [&] { printer->Flush(); },
+                          [&](InOrder::Turn* turn) {
+                            return std::make_unique<RangePrinter>(options.printer, turn, &output);
+                          }};
     if (!options.blobs.empty()) {
       blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);
       handler = blobWriter.get();
+      parallel.jobs = 1;  // nothing may be written of what comes after damage
     }
-    const int status = WalkCapture(options.file, handler, options.selection, !OutputIsTerminal());
+    const int status =
+        WalkCapture(options.file, handler, options.selection, !OutputIsTerminal(), &parallel);
     printer->Flush();
     return status;
   } catch (const OutputError& error) {
@@ -65,6 +95,7 @@ void AddDumpCommand(CLI::App& app, int* status) {
   command->add_option("--blobs", options->blobs, "write byte data to DIR/CRC32-BYTES.bin")
       ->type_name("DIR");
   AddSelectionOptions(command, &options->selection);
+  AddJobsOption(command, &options->jobs);
   command->footer(R"(Examples:
   dcap dump FILE | less
   dcap dump --frames 10-20 --calls 'glDraw*,eglSwapBuffers' FILE

@@ -11,7 +11,7 @@ EventConsumer::EventConsumer(EventHandler* handler, const Selection* selection)
 
 void EventConsumer::ProcessFileStart(const Data::FileHeader& header) {
   context_.hasThread = (header.optionMask & Data::kOptionThreadIds) != 0;
-  handler_->FileStart(header);
+  if (!startIsHandled_) handler_->FileStart(header);
 }
 
 void EventConsumer::ProcessFrameNumber(unsigned int frameNumber) {

@@ -65,6 +65,14 @@ class EventConsumer final : public Data::DCAPConsumer,
   void ProcessMetadata(const Data::SubBlockHeader& header, const Data::MetadataDesc& desc,
                        const unsigned char* data, unsigned int size) override;
 
+  /// The next block comes after that many frames of the capture, the last of which has that
+  /// sequence number. The start of the file needs no handling any more.
+  void ContinueAfter(uint32_t frames, uint32_t number) {
+    context_.frameOrdinal = frames;
+    frameNumber_ = number;
+    startIsHandled_ = true;
+  }
+
   [[nodiscard]] const EventContext& Context() const { return context_; }
   /// Sequence number of the frame whose ordinal the context tells.
   [[nodiscard]] uint32_t FrameNumber() const { return frameNumber_; }
@@ -93,6 +101,7 @@ class EventConsumer final : public Data::DCAPConsumer,
   uint32_t nextIndex_ = 0;
   uint32_t frameNumber_ = 0;
   bool isInFrame_ = false;
+  bool startIsHandled_ = false;
   bool blockIsSelected_ = false;
   bool everyThreadIsSelected_;
   Data::BlockHeader blockHeader_ = {};

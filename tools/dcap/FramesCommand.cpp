@@ -9,7 +9,7 @@
 
 #include "Core/Exceptions.h"
 
-#include "BlockWalk.h"
+#include "BlockRanges.h"
 #include "Capture.h"
 #include "Command.h"
 #include "Damage.h"
@@ -29,15 +29,15 @@ class FrameList {
     lines_ = json ? "[" : Line("%8s %10s %14s %12s\n", "frame", "number", "offset", "bytes");
   }
 
-  void Add(uint32_t frame, const BlockWalk& walk) {
-    const unsigned long offset = walk.BlockPosition();
-    const unsigned long bytes = walk.BlockBytes();
+  void Add(uint32_t frame, const Data::DCAPBlockReader& reader) {
+    const unsigned long offset = reader.BlockBegin();
+    const unsigned long bytes = reader.BlockEnd() - offset;
     if (json_) {
       lines_ += frame == 1 ? "\n" : ",\n";
       lines_ += Line(R"({"frame": %u, "number": %u, "offset": %lu, "bytes": %lu})", frame,
-                     walk.Number(), offset, bytes);
+                     reader.FrameNumber(), offset, bytes);
     } else {
-      lines_ += Line("%8u %10u %14lu %12lu\n", frame, walk.Number(), offset, bytes);
+      lines_ += Line("%8u %10u %14lu %12lu\n", frame, reader.FrameNumber(), offset, bytes);
     }
     if (lines_.size() >= kFlushSize) Flush();
   }
@@ -69,11 +69,10 @@ class FrameList {
   std::string lines_;
 };
 
-void ListFrames(Core::DataReader* reader, FrameList* list) {
-  BlockWalk walk(reader);
-  uint32_t frame = 0;
+void ListFrames(const Capture& capture, FrameList* list) {
+  BlockWalk walk(capture.Reader());
   while (walk.NextBlock()) {
-    if (walk.Block().type == Data::kBlockFrame) list->Add(++frame, walk);
+    if (walk.Reader().Block().type == Data::kBlockFrame) list->Add(walk.Frames(), walk.Reader());
   }
 }
 
@@ -85,7 +84,7 @@ int Frames(const Options& options) {
     capture.ReportState();
     FrameList list(&output, options.json);
     try {
-      ListFrames(capture.Reader().get(), &list);
+      ListFrames(capture, &list);
     } catch (const DamageError& error) {
       list.End();
       return ReportDamage(options.file, error.place, error.what());

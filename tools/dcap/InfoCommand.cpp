@@ -1,6 +1,7 @@
 // dcap info: what kind of capture this is.
 #include <array>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <memory>
 #include <optional>
@@ -15,11 +16,12 @@
 #include "Core/Exceptions.h"
 #include "Data/CallTable.h"
 
-#include "BlockWalk.h"
+#include "BlockRanges.h"
 #include "Capture.h"
 #include "Command.h"
 #include "Damage.h"
 #include "Output.h"
+#include "ParallelWalk.h"
 #include "Progress.h"
 
 namespace {
@@ -28,7 +30,11 @@ struct Options {
   std::string file;
   bool scan = false;
   bool json = false;
+  unsigned jobs = 0;
 };
+
+// What one thread scans before it takes the next.
+constexpr uint64_t kRangeSize = uint64_t{2} << 20;
 
 // What the block headers tell.
 struct Blocks {
@@ -50,6 +56,8 @@ struct Scan {
   uint64_t otherSubBlocks = 0;
   uint64_t storedBytes = 0;  // of payloads, as they lie in the file
   uint64_t bytes = 0;        // of payloads, decompressed
+  uint32_t thread = 0;       // of the last sub-block
+  uint64_t* threadCount = nullptr;
   uint32_t largestBytes = 0;
   uint32_t largestFrame = 0;
   std::string largestName;
@@ -61,64 +69,107 @@ struct Findings {
   std::optional<Scan> scan;
 };
 
-std::string NameOf(const BlockWalk::SubBlock& sub) {
-  if (sub.header.type == Data::kSubBlockMetadata) return "a metadata record";
-  const Data::CallDesc* call = Data::FindCall(static_cast<Data::ApiCallType>(sub.callId));
-  return call == nullptr ? "call " + std::to_string(sub.callId) : call->name;
+std::string NameOf(const Data::StoredSubBlock& sub) {
+  const auto id = Data::DCAPBlockReader::CallId(sub);
+  if (!id) return "a metadata record";
+  const Data::CallDesc* call = Data::FindCall(*id);
+  return call == nullptr ? "call " + std::to_string(static_cast<uint16_t>(*id)) : call->name;
 }
 
-void Count(const BlockWalk::SubBlock& sub, uint32_t frame, Scan* scan) {
-  ++scan->threads[uint32_t{sub.header.threadId}];  // a copy: the record is packed
-  switch (sub.header.type) {
-    case Data::kSubBlockMetadata:
-      ++scan->records;
-      break;
-    case Data::kSubBlockMethodCall:
-    case Data::kSubBlockCompressedMethodCall:
-      ++scan->methodCalls;
-      break;
-    case Data::kSubBlockFunctionCall:
-    case Data::kSubBlockCompressedFunctionCall: {
-      const Data::CallDesc* call = Data::FindCall(static_cast<Data::ApiCallType>(sub.callId));
-      ++(call == nullptr                ? scan->unknownCalls
-         : call->api == Data::Api::kEGL ? scan->eglCalls
-                                        : scan->glesCalls);
-      break;
-    }
-    default:
-      ++scan->otherSubBlocks;
-      return;
+void Count(const BlockWalk& walk, const Data::StoredSubBlock& sub, Scan* scan) {
+  if (scan->threadCount == nullptr || sub.threadId != scan->thread) {
+    scan->thread = sub.threadId;
+    scan->threadCount = &scan->threads[sub.threadId];
   }
-  scan->storedBytes += sub.payloadSize;
-  scan->bytes += sub.inflatedSize;
-  if (sub.inflatedSize > scan->largestBytes) {
-    scan->largestBytes = sub.inflatedSize;
-    scan->largestFrame = frame;
+  ++*scan->threadCount;
+  if (sub.type != Data::kSubBlockMetadata && !sub.IsCall()) {
+    ++scan->otherSubBlocks;
+    return;
+  }
+  const uint32_t bytes = walk.InflatedSize(sub);
+  if (!sub.IsCall()) {
+    ++scan->records;
+  } else if (sub.IsMethodCall()) {
+    ++scan->methodCalls;
+  } else {
+    const Data::CallDesc* call = Data::FindCall(*Data::DCAPBlockReader::CallId(sub));
+    ++(call == nullptr                ? scan->unknownCalls
+       : call->api == Data::Api::kEGL ? scan->eglCalls
+                                      : scan->glesCalls);
+  }
+  scan->storedBytes += sub.size - sub.DescSize();
+  scan->bytes += bytes;
+  if (bytes > scan->largestBytes) {
+    scan->largestBytes = bytes;
+    scan->largestFrame = walk.Frames();
     scan->largestName = NameOf(sub);
   }
 }
 
-void Examine(const std::string& path, Core::DataReader* reader, Findings* findings) {
-  BlockWalk walk(reader);
-  Progress progress(path, reader->Size());
-  findings->header = walk.Header();
+// What the range has; findings are those of the range alone.
+void Examine(const std::shared_ptr<Core::DataReader>& capture, const BlockRange& range,
+             Progress* progress, Findings* findings) {
+  BlockWalk walk(capture, range);
   Blocks& blocks = findings->blocks;
-  const bool setUp = (walk.Header().optionMask & Data::kOptionType2BeforeFirst) != 0;
+  const bool setUp = (walk.Reader().Header().optionMask & Data::kOptionType2BeforeFirst) != 0;
   while (walk.NextBlock()) {
-    progress.Show(walk.BlockPosition());
-    if (walk.Block().type == Data::kBlockFrame) {
-      if (blocks.frames++ == 0) blocks.firstNumber = walk.Number();
-      blocks.lastNumber = walk.Number();
-    } else if (walk.HasSubBlocks() && setUp && blocks.lastNumber == 0) {
+    if (progress != nullptr) progress->Show(walk.Reader().BlockBegin());
+    if (walk.Reader().Block().type == Data::kBlockFrame) {
+      if (blocks.frames++ == 0) blocks.firstNumber = walk.FrameNumber();
+      blocks.lastNumber = walk.FrameNumber();
+    } else if (walk.Reader().IsFramed() && setUp && walk.FrameNumber() == 0) {
       ++blocks.setUpBlocks;
     } else {
       ++blocks.otherBlocks;
       continue;
     }
-    while (findings->scan && walk.NextSubBlock()) {
-      Count(walk.Sub(), blocks.frames, &*findings->scan);
-    }
+    Data::StoredSubBlock sub{};
+    while (findings->scan && walk.NextSubBlock(&sub)) Count(walk, sub, &*findings->scan);
   }
+}
+
+// Adds the findings of the next range.
+void Add(const Findings& range, Findings* sum) {
+  if (range.blocks.frames != 0) {
+    if (sum->blocks.frames == 0) sum->blocks.firstNumber = range.blocks.firstNumber;
+    sum->blocks.lastNumber = range.blocks.lastNumber;
+  }
+  sum->blocks.frames += range.blocks.frames;
+  sum->blocks.setUpBlocks += range.blocks.setUpBlocks;
+  sum->blocks.otherBlocks += range.blocks.otherBlocks;
+  Scan& scan = *sum->scan;
+  for (const auto& [thread, count] : range.scan->threads) scan.threads[thread] += count;
+  for (const auto member :
+       {&Scan::eglCalls, &Scan::glesCalls, &Scan::methodCalls, &Scan::unknownCalls, &Scan::records,
+        &Scan::otherSubBlocks, &Scan::storedBytes, &Scan::bytes}) {
+    scan.*member += (*range.scan).*member;
+  }
+  if (range.scan->largestBytes > scan.largestBytes) {
+    scan.largestBytes = range.scan->largestBytes;
+    scan.largestFrame = range.scan->largestFrame;
+    scan.largestName = range.scan->largestName;
+  }
+}
+
+void Examine(const Capture& capture, unsigned jobs, Progress* progress, Findings* findings) {
+  RangeWorkers workers(capture, findings->scan ? jobs : 1);
+  if (workers.Threads() == 1) {
+    return Examine(capture.Reader(), BlockRange::All(), progress, findings);
+  }
+  const RangeWorkers::Work work = [findings](const BlockRange& range, const auto& reader,
+                                             InOrder::Turn* turn) {
+    const auto found = std::make_shared<Findings>();
+    found->scan.emplace();
+    std::exception_ptr failure;
+    try {
+      Examine(reader, range, nullptr, found.get());
+    } catch (const std::exception&) {
+      failure = std::current_exception();
+    }
+    turn->Do(sizeof(Findings), [found, findings] { Add(*found, findings); });
+    if (failure != nullptr) std::rethrow_exception(failure);
+  };
+  workers.Run(Ranges(), kRangeSize, progress, work);
 }
 
 struct Option {
@@ -318,11 +369,13 @@ int Info(const Options& options) {
     const Capture capture(options.file);
     capture.RequireFile();
     Findings findings;
+    findings.header = capture.Recovery().header;
     if (options.scan) findings.scan.emplace();
     // What was found before the damage is shown all the same.
     std::optional<DamageError> damage;
     try {
-      Examine(options.file, capture.Reader().get(), &findings);
+      Progress progress(options.file, capture.Reader()->Size());
+      Examine(capture, options.jobs, &progress, &findings);
     } catch (const DamageError& error) {
       damage = error;
     }
@@ -346,6 +399,7 @@ void AddInfoCommand(CLI::App& app, int* status) {
   command->add_flag("--scan", options->scan,
                     "count threads, calls, records and payload bytes as well");
   command->add_flag("--json", options->json, "as an object");
+  AddJobsOption(command, &options->jobs);
   command->footer(
       R"(Reads the header of each block, with --scan that of each sub-block too, but no payloads:
 what payloads hold is not checked.

@@ -1,6 +1,22 @@
 #include "ToolLog.h"
 
 #include <cstdio>
+#include <string>
+
+namespace {
+
+thread_local ThreadLog* threadLog = nullptr;
+
+}  // namespace
+
+void ToolLog::Write(const Core::Log::Record& record) {
+  if (!verbose && record.level > Core::Log::LogLevel::kWarning) return;
+  if (threadLog != nullptr) {
+    threadLog->Write(record, &filter_);
+  } else {
+    filter_.Write(record);
+  }
+}
 
 #include "Progress.h"
 
@@ -10,4 +26,17 @@ void ToolLog::Stderr::Write(const Core::Log::Record& record) {
                                                                      : "note";
   Progress::Hide();
   std::fprintf(stderr, "dcap: %s: %s\n", kind, record.message);
+}
+
+ThreadLog::ThreadLog(InOrder::Turn* turn) : turn_(turn) { threadLog = this; }
+
+ThreadLog::~ThreadLog() { threadLog = nullptr; }
+
+void ThreadLog::Write(const Core::Log::Record& record, Core::Log::Sink* target) {
+  if (muted) return;
+  const std::string file = record.file;
+  const std::string message = record.message;
+  turn_->Do(sizeof(record) + file.size() + message.size(), [=] {
+    target->Write({record.level, record.zone, record.line, file.c_str(), message.c_str()});
+  });
 }

@@ -5,6 +5,8 @@
 #include "Core/Log.h"
 #include "Core/RepeatFilter.h"
 
+#include "InOrder.h"
+
 /// Writes log lines to stderr as the tool's own, floods cut short. Warnings and errors only, unless
 /// `verbose`.
 class ToolLog : private Core::Log::Sink {
@@ -21,14 +23,27 @@ class ToolLog : private Core::Log::Sink {
     void Write(const Core::Log::Record& record) override;
   };
 
-  void Write(const Core::Log::Record& record) override {
-    if (verbose || record.level <= Core::Log::LogLevel::kWarning) {
-      filter_.Write(record);
-    }
-  }
+  void Write(const Core::Log::Record& record) override;
 
   Stderr stderr_;
   Core::RepeatFilterSink filter_{&stderr_};
+};
+
+/// While it lives, the log lines of the thread that made it take their turn with its other results.
+class ThreadLog {
+ public:
+  explicit ThreadLog(InOrder::Turn* turn);
+  ~ThreadLog();
+  ThreadLog(const ThreadLog&) = delete;
+  ThreadLog& operator=(const ThreadLog&) = delete;
+
+  bool muted = false;
+
+ private:
+  friend class ToolLog;
+  void Write(const Core::Log::Record& record, Core::Log::Sink* target);
+
+  InOrder::Turn* turn_;
 };
 
 #endif  // DCAP_TOOLLOG_H

@@ -1,0 +1,141 @@
+#include "InOrder.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// What may wait of the piece whose turn it is, and of all others together.
+constexpr size_t kMaxBytes = size_t{1} << 20;
+// Pieces that may be begun and not yet done with; most have few bytes or none.
+constexpr size_t kMaxPieces = 64;
+
+}  // namespace
+
+void InOrder::Run(unsigned threads, Source source) {
+  InOrder order(std::move(source));
+  std::vector<std::jthread> workers;
+  struct Stopper {
+    ~Stopper() { order->Stop(); }
+    InOrder* order;
+  };
+  const Stopper stopper{&order};  // before the workers are waited for
+  while (workers.size() < threads) {
+    try {
+      workers.emplace_back([&order] { order.WorkOnPieces(); });
+    } catch (const std::system_error&) {
+      if (workers.empty()) throw;
+      break;  // fewer do, too
+    }
+  }
+  order.TakeActions();
+}
+
+void InOrder::WorkOnPieces() {
+  Work work;
+  while (const std::shared_ptr<Piece> piece = NextPiece(&work)) {
+    Turn turn(this, piece.get());
+    std::exception_ptr failure;
+    try {
+      work(&turn);
+    } catch (const Stopped&) {
+      return;
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    work = nullptr;
+    const std::lock_guard lock(mutex_);
+    piece->failure = failure;
+    piece->ended = true;
+    actionsMayBeThere_.notify_one();
+  }
+}
+
+// Null when there is nothing more to do.
+std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
+  const std::lock_guard sourceLock(sourceMutex_);
+  {
+    std::unique_lock lock(mutex_);
+    workersMayGoOn_.wait(lock, [this] { return stopped_ || pieces_.size() < kMaxPieces; });
+    if (stopped_ || sourceIsEmpty_) return nullptr;
+  }
+  auto piece = std::make_shared<Piece>();
+  try {
+    *work = source_();
+  } catch (...) {
+    *work = [failure = std::current_exception()](Turn*) { std::rethrow_exception(failure); };
+  }
+  const std::lock_guard lock(mutex_);
+  if (*work == nullptr) {
+    sourceIsEmpty_ = true;
+    actionsMayBeThere_.notify_one();
+    return nullptr;
+  }
+  pieces_.push_back(piece);
+  return piece;
+}
+
+void InOrder::TakeActions() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    actionsMayBeThere_.wait(lock, [this] {
+      if (pieces_.empty()) return sourceIsEmpty_;
+      return !pieces_.front()->actions.empty() || pieces_.front()->ended;
+    });
+    if (pieces_.empty()) return;
+    Piece& piece = *pieces_.front();
+    if (!piece.actions.empty()) {
+      const auto [bytes, action] = std::move(piece.actions.front());
+      piece.actions.pop_front();
+      lock.unlock();
+      action();
+      lock.lock();
+      piece.bytes -= bytes;
+      bytes_ -= bytes;
+      workersMayGoOn_.notify_all();
+      continue;
+    }
+    if (piece.failure != nullptr) std::rethrow_exception(piece.failure);
+    if (piece.isLast) return;
+    pieces_.pop_front();
+    workersMayGoOn_.notify_all();
+  }
+}
+
+void InOrder::Stop() {
+  const std::lock_guard lock(mutex_);
+  stopped_ = true;
+  workersMayGoOn_.notify_all();
+}
+
+// For a worker.
+template <typename Condition>
+void InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
+  workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });
+  if (stopped_) throw Stopped();
+}
+
+void InOrder::Turn::Do(size_t bytes, Action action) {
+  std::unique_lock lock(order_->mutex_);
+  // Whoever's turn it is does not wait for others, or they would wait for each other.
+  order_->Wait(&lock, [this] {
+    const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
+    return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
+  });
+  piece_->actions.emplace_back(bytes, std::move(action));
+  piece_->bytes += bytes;
+  order_->bytes_ += bytes;
+  order_->actionsMayBeThere_.notify_one();
+}
+
+void InOrder::Turn::Await() {
+  std::unique_lock lock(order_->mutex_);
+  order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; });
+}
+
+void InOrder::Turn::IsLast() {
+  const std::lock_guard lock(order_->mutex_);
+  piece_->isLast = true;
+}

@@ -1,0 +1,84 @@
+// Work done on several threads at once, its results taken in order on one.
+#ifndef DCAP_INORDER_H
+#define DCAP_INORDER_H
+
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+/// Runs pieces of work on threads of its own. What a piece wants done with its results, it hands to
+/// the thread that called `Run`, which does it as if the pieces had been worked on one after the
+/// other. Little of that waits at any time: whoever is too far ahead pauses.
+class InOrder {
+ public:
+  /// What a piece of work knows of the others.
+  class Turn;
+
+  using Action = std::function<void()>;
+  using Work = std::function<void(Turn*)>;
+  /// Gives the pieces in their order, and then an empty one. Called by one thread at a time, though
+  /// not always the same.
+  using Source = std::function<Work()>;
+
+  /// Returns when all is done, or throws what the first piece threw that threw anything, after the
+  /// actions of all before it and its own; or what an action threw. Nothing of later pieces is done
+  /// then. No piece is still at work when it returns.
+  static void Run(unsigned threads, Source source);
+
+ private:
+  struct Piece {
+    std::deque<std::pair<size_t, Action>> actions;
+    size_t bytes = 0;  // that the actions hold on to
+    bool ended = false;
+    bool isLast = false;
+    std::exception_ptr failure;
+  };
+  struct Stopped {};
+
+  explicit InOrder(Source source) : source_(std::move(source)) {}
+
+  void WorkOnPieces();
+  std::shared_ptr<Piece> NextPiece(Work* work);
+  void TakeActions();
+  void Stop();
+  template <typename Condition>
+  void Wait(std::unique_lock<std::mutex>* lock, Condition condition);
+
+  Source source_;
+  std::mutex sourceMutex_;
+
+  std::mutex mutex_;  // for all that follows
+  std::condition_variable workersMayGoOn_;
+  std::condition_variable actionsMayBeThere_;
+  std::deque<std::shared_ptr<Piece>> pieces_;  // at work or waiting to be taken, in order
+  size_t bytes_ = 0;                           // of all of them
+  bool sourceIsEmpty_ = false;
+  bool stopped_ = false;
+};
+
+class InOrder::Turn {
+ public:
+  /// Has `action` done on the thread that called `Run`, after everything before it. `bytes` is
+  /// about what it holds on to. May wait; throws something private, which must be let through, when
+  /// the rest of the work is not wanted any more.
+  void Do(size_t bytes, Action action);
+
+  /// Waits until all pieces before this one are done. Throws as `Do`.
+  void Await();
+
+  /// Nothing after this piece is wanted.
+  void IsLast();
+
+ private:
+  friend class InOrder;
+  Turn(InOrder* order, Piece* piece) : order_(order), piece_(piece) {}
+
+  InOrder* order_;
+  Piece* piece_;
+};
+
+#endif  // DCAP_INORDER_H
