@@ -25,7 +25,7 @@ enum PointerFlags : uint32_t {
 /// an array, a string or an array of strings. Adapters receive it as `const PointerData*`, valid
 /// only until they return, and read `data` and `count`:
 ///
-///     void glShaderSource(uint32_t shader, uint32_t count, const PointerData* string,
+///     void glShaderSource(uint32_t shader, int32_t count, const PointerData* string,
 ///                         const PointerData* length) override {
 ///       if ((string->flags & PointerKindMask) != PointerKindStringArray) return;
 ///       for (uint32_t i = 0; i < string->count; ++i)
