@@ -115,9 +115,12 @@ format:  ## format all hand-written C++ in place
 	scripts/handwritten | xargs clang-format-14 -i
 
 .PHONY: generate
-generate:  ## write the code that follows from the call tables
-	$(packages) test
+generate:  ## write what follows from the call tables and from the options of the tool
+	$(packages) build test
 	python3 calls/generate.py
+	cmake --preset dev
+	cmake --build build --target dcap_reference
+	build/bin/dcap_reference packaging
 
 .PHONY: clean
 clean:  ## remove everything that was built

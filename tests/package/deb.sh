@@ -11,8 +11,12 @@ lib=usr/lib/$(gcc -print-multiarch)
 dpkg-deb --fsys-tarfile "$package" | tar -t >"$work/contents"
 for path in usr/bin/dcap "$lib/libdcapkit.so" "$lib/libdcapkit.so.0" "$lib/pkgconfig/dcapkit.pc" \
   "$lib/cmake/dcapkit/dcapkitConfig.cmake" usr/include/dcapkit/Data/GLDecoder.h \
-  usr/share/doc/dcapkit/LICENSE; do
+  usr/share/doc/dcapkit/LICENSE usr/share/bash-completion/completions/dcap \
+  usr/share/zsh/vendor-completions/_dcap; do
   grep -qx "./$path" "$work/contents" || Fail "$path is not in the package"
+done
+for page in dcap $("$DCAP_TOOL" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/dcap-\1/p'); do
+  grep -qE "^./usr/share/man/man1/$page\.1(\.gz)?$" "$work/contents" || Fail "$page has no page"
 done
 if grep -vE '^\./(usr/((bin|include|share|lib)/.*)?)?$' "$work/contents"; then
   Fail "the package holds files outside of its places"

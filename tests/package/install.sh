@@ -44,6 +44,12 @@ Quietly cmake --build "$work/examples/build"
 ExpectEqual "draws by the example" "$draws" \
   "$("$work/examples/build/draws_per_frame" "$work/examples/sample.dcap" | awk '{n += $1} END {print n}')"
 
+# Manual pages and completions are where their readers look below any prefix.
+man -M "$prefix/share/man" --where dcap-dump >/dev/null || Fail "man finds no page"
+for path in bash-completion/completions/dcap zsh/site-functions/_dcap; do
+  [[ -f $prefix/share/$path ]] || Fail "$path is not there"
+done
+
 # The installed tool finds the library beside it, and each header stands alone.
 ExpectEqual "draws by the tool" "$draws" \
   "$("$prefix/bin/dcap" dump "$sample" | grep -c 'glDrawArrays(')"

@@ -17,6 +17,17 @@
 
 namespace {
 
+constexpr const char* kFooter = R"(Exit status:
+  0  all is well, or whoever read the output had enough
+  1  the capture is damaged, or a file cannot be read or written
+  2  the command line makes no sense
+  3  done, but the capture had been cut: recorded bytes are missing
+
+Environment:
+  NO_COLOR  not empty: no colours, not even on a terminal
+
+'dcap COMMAND --help' shows the options and examples of a command.)";
+
 class HelpFormatter : public CLI::Formatter {
  public:
   HelpFormatter() {
@@ -24,7 +35,6 @@ class HelpFormatter : public CLI::Formatter {
     label("OPTIONS", "OPTION...");
     label("SUBCOMMAND", "COMMAND ...");
     label("Positionals", "Arguments");
-    label("TEXT", "FILE");
   }
 
   std::string make_group(std::string group, bool isPositional,
@@ -34,17 +44,12 @@ class HelpFormatter : public CLI::Formatter {
     return isPositional || group == "Options" ? text : text.substr(1);
   }
 
-  // The form of the value: a name, or the words to choose from.
   std::string make_option_opts(const CLI::Option* option) const override {
-    if (option->get_type_size() == 0 || option->get_positional()) {
+    if (option->get_positional()) {
       return option->get_expected_max() == CLI::detail::expected_max_vector_size ? "..." : "";
     }
-    std::string form = option->get_type_name();
-    if (const size_t brace = form.find('{'); brace != std::string::npos) {
-      form = form.substr(brace + 1, form.find('}') - brace - 1);
-      std::ranges::replace(form, ',', '|');
-    }
-    return " " + get_label(form);
+    const std::string form = ValueForm(*option);
+    return form.empty() ? "" : " " + form;
   }
 
   std::string make_option_desc(const CLI::Option* option) const override {
@@ -54,6 +59,13 @@ class HelpFormatter : public CLI::Formatter {
     }
     if (!option->get_default_str().empty()) {
       text += " (" + option->get_default_str() + ")";
+    }
+    constexpr size_t kWidth = 70;
+    for (size_t start = 0; text.size() - start > kWidth;) {
+      const size_t gap = text.rfind(' ', start + kWidth);
+      if (gap == std::string::npos || gap <= start) break;
+      text[gap] = '\n';
+      start = gap + 1;
     }
     return text;
   }
@@ -130,9 +142,41 @@ std::string Complaint(const CLI::App& app, const CLI::App& command, const CLI::P
 
 }  // namespace
 
-void UseHelpFormat(CLI::App* app) {
+void DescribeTool(CLI::App* app, const std::string& version, bool* verbose, int* status) {
+  app->name("dcap");
+  app->description("Reads DCAP captures of EGL and OpenGL ES calls.");
   app->formatter(std::make_shared<HelpFormatter>());
   app->set_help_flag("-h,--help", "show this help");
+  app->set_version_flag("--version", version, "show the version");
+  app->add_flag("-v,--verbose", *verbose, "show notices as well as warnings and errors");
+  app->require_subcommand(1);
+  for (AddCommand* add : kCommands) {
+    add(*app, status);
+  }
+  app->footer(kFooter);  // now, or all commands would have it
+  for (CLI::App* command : app->get_subcommands({})) {
+    command->fallthrough()->group("Commands");
+  }
+}
+
+std::string ValueForm(const CLI::Option& option) {
+  if (option.get_type_size() == 0) return "";
+  // "DIR", "N:UINT in [1 - 64]", "TEXT:{text,jsonl,canonical}", "draw,upload:{draw,compute,...}"
+  const std::string type = option.get_type_name();
+  const std::string form = type.substr(0, type.find(':'));
+  if (form != "TEXT") return form;
+  std::string choices;
+  for (const std::string& choice : ValueChoices(option)) {
+    choices += (choices.empty() ? "" : "|") + choice;
+  }
+  return choices.empty() ? "FILE" : choices;
+}
+
+std::vector<std::string> ValueChoices(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const size_t brace = type.find(":{");
+  if (brace == std::string::npos) return {};
+  return CLI::detail::split(type.substr(brace + 2, type.find('}') - brace - 2), ',');
 }
 
 int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {

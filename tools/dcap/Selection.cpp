@@ -217,6 +217,13 @@ void AddSelectionOptions(CLI::App* command, Selection* selection) {
   AddListOption(command, "--calls", "calls and metadata records by name, all but those with a !",
                 "'glDraw*,!glGet*'",
                 [selection](const std::string& text) { selection->SetCalls(text); });
-  AddListOption(command, "--class", "classes of calls: draw, upload, ...", "draw,upload",
+  std::string choices;
+  std::string names;
+  for (const Data::CallClass known : kClasses) {
+    const std::string gap = choices.empty() ? "" : ",";
+    choices += gap + Data::CallClassName(known);
+    names += gap + " " + Data::CallClassName(known);
+  }
+  AddListOption(command, "--class", "classes of calls:" + names, "draw,upload:{" + choices + "}",
                 [selection](const std::string& text) { selection->SetClasses(text); });
 }

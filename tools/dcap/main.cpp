@@ -13,31 +13,11 @@
 
 namespace {
 
-constexpr const char* kFooter = R"(Exit status:
-  0  all is well, or whoever read the output had enough
-  1  the capture is damaged, or a file cannot be read or written
-  2  the command line makes no sense
-  3  done, but the capture had been cut: recorded bytes are missing
-
-'dcap COMMAND --help' shows the options and examples of a command.)";
-
 int Run(int argc, char** argv) {
-  CLI::App app("Reads DCAP captures of EGL and OpenGL ES calls.", "dcap");
-  UseHelpFormat(&app);
-  app.require_subcommand(1);
-  app.set_version_flag("--version", "dcap " DCAP_VERSION, "show the version");
-
+  CLI::App app;
   ToolLog log;
-  app.add_flag("-v,--verbose", log.verbose, "show notices as well as warnings and errors");
-
   int status = kExitOk;
-  for (AddCommand* add : kCommands) {
-    add(app, &status);
-  }
-  app.footer(kFooter);  // now, or all commands would have it
-  for (CLI::App* command : app.get_subcommands({})) {
-    command->fallthrough()->group("Commands");
-  }
+  DescribeTool(&app, "dcap " DCAP_VERSION, &log.verbose, &status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

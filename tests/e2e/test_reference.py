@@ -1,0 +1,123 @@
+"""Manual pages and completions: what is checked in is what the tool says, and it works."""
+import filecmp
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+from harness import SAMPLE, SOURCE, TOOL, dcap, main
+
+PACKAGING = SOURCE / "packaging"
+PAGES = sorted((PACKAGING / "man").glob("*.1"))
+
+
+def listed_commands():
+    listed = dcap("--help").decode().split("Commands:\n")[1].split("\n\n")[0]
+    return [line.split()[0] for line in listed.splitlines()]
+
+
+def listed_options(*command):
+    text = dcap(*command, "--help").decode().split("\nExamples:")[0].split("\nExit status:")[0]
+    return sorted(set(re.findall(r"(?<![\w-])--?[a-z][a-z-]*", "\n".join(
+        line[:30] for line in text.splitlines() if line.startswith("  -")))))
+
+
+def complete(*words, before="", folder=SAMPLE.parent):
+    """What bash offers for the last word."""
+    script = f"""{before}
+        source {PACKAGING}/completions/dcap
+        COMP_WORDS=(dcap "$@") COMP_CWORD=$#
+        _dcap && printf '%s\\n' "${{COMPREPLY[@]}}" """
+    done = subprocess.run(["bash", "-c", script, "bash", *words], cwd=folder, check=True,
+                          capture_output=True, text=True)
+    assert done.stderr == "", done.stderr
+    return sorted(done.stdout.split("\n")[:-1]) if done.stdout.strip() else []
+
+
+class Reference(unittest.TestCase):
+    def test_what_is_checked_in_is_what_the_tool_says(self):
+        with tempfile.TemporaryDirectory() as folder:
+            subprocess.run([Path(TOOL).parent / "dcap_reference", folder], check=True)
+            for kind in ("man", "completions"):
+                made = sorted(os.listdir(os.path.join(folder, kind)))
+                self.assertEqual(made, sorted(os.listdir(PACKAGING / kind)))
+                _, differ, _ = filecmp.cmpfiles(os.path.join(folder, kind), PACKAGING / kind, made,
+                                                shallow=False)
+                self.assertEqual(differ, [], "make generate writes them")
+
+    def test_every_command_and_option_has_its_place_in_a_page(self):
+        for command in ([], *([name] for name in listed_commands())):
+            page = (PACKAGING / "man" / ("-".join(["dcap", *command]) + ".1")).read_text()
+            tags = [line.replace("\\", "") for line in re.findall(r"^\.TP\n(.*)$", page, re.M)]
+            for name in (*listed_options(*command), *(() if command else listed_commands())):
+                with self.subTest(command, name=name):
+                    self.assertTrue(any(f"fB{name}fR" in tag for tag in tags))
+
+    @unittest.skipUnless(shutil.which("man"), "no man")
+    def test_man_shows_the_pages_without_a_warning(self):
+        for page in PAGES:
+            done = subprocess.run(["man", "--warnings", "-l", page], capture_output=True, check=True,
+                                  env={**os.environ, "MANWIDTH": "100", "LC_ALL": "C.UTF-8"})
+            self.assertEqual(done.stderr, b"")
+            self.assertIn(b"EXIT STATUS", done.stdout)
+
+    @unittest.skipUnless(shutil.which("mandoc"), "no mandoc")
+    def test_mandoc_finds_nothing_wrong(self):
+        for page in PAGES:
+            subprocess.run(["mandoc", "-Tlint", "-Wwarning", page], check=True)
+
+    def test_bash_completes_commands_and_options(self):
+        self.assertEqual(complete(""), sorted(listed_commands()))
+        self.assertEqual(complete("fi"), ["finalize"])
+        self.assertEqual(complete("-"), listed_options())
+        self.assertEqual(complete("-v", "st"), ["stats"])
+        for command in listed_commands():
+            with self.subTest(command):
+                self.assertEqual(complete(command, "-"), listed_options(command))
+
+    def test_bash_completes_values(self):
+        for words, offered in ((["dump", "--format", ""], ["canonical", "jsonl", "text"]),
+                               (["dump", "--format", "=", "j"], ["jsonl"]),
+                               (["dump", "--format", "="], ["canonical", "jsonl", "text"]),
+                               (["repack", "--compression", "lz"], ["lz4", "lz77"]),
+                               (["stats", "--class", "draw,up"], ["draw,upload"]),
+                               (["stats", "--class", "=", "s"], ["state", "sync"]),
+                               (["dump", "--frames", ""], []),
+                               (["unknown", ""], [])):
+            with self.subTest(words):
+                self.assertEqual(complete(*words), offered)
+
+    def test_bash_completes_file_names(self):
+        with tempfile.TemporaryDirectory() as folder:
+            os.mkdir(os.path.join(folder, "my folder"))
+            Path(folder, "my file.dcap").touch()
+            for words in (["dump", "my"], ["cat", "-o", "my"], ["cat", "a", "b", "my"],
+                          ["trim", "--output", "=", "my"]):
+                self.assertEqual(complete(*words, folder=folder), ["my file.dcap", "my folder"])
+            self.assertEqual(complete("dump", "--blobs", "my", folder=folder), ["my folder"])
+
+    @unittest.skipUnless(shutil.which("zsh"), "no zsh")
+    def test_zsh_completes(self):
+        # A terminal with a shell in it, which runs what it has completed.
+        script = f"""
+            zmodload zsh/zpty
+            zpty shell zsh -f
+            zpty -w shell 'fpath=({PACKAGING}/completions $fpath); autoload -Uz compinit'
+            zpty -w shell 'compinit -u -d /dev/null; stty columns 200; dcap() {{ print -r "<$*>" }}'
+            zpty -w shell "$1"$'\\t'
+            zpty -r shell line "*<$2*"  # or wait in vain"""
+        for typed, completed in (("dcap fin", "finalize"), ("dcap dump --form", "dump --format"),
+                                 ("dcap dump --format=js", "dump --format=jsonl"),
+                                 ("dcap repack --compression lz7", "repack --compression lz77"),
+                                 ("dcap stats --class=draw,up", "stats --class=draw,upload"),
+                                 ("dcap cat examples/sam", "cat examples/sample.dcap")):
+            with self.subTest(typed):
+                subprocess.run(["zsh", "-fc", script, "zsh", typed, completed], check=True,
+                               timeout=60, cwd=SOURCE)
+
+
+if __name__ == "__main__":
+    main()
