@@ -56,6 +56,15 @@ class Reference(unittest.TestCase):
                 with self.subTest(command, name=name):
                     self.assertTrue(any(f"fB{name}fR" in tag for tag in tags))
 
+    def test_every_command_and_option_is_in_the_document(self):
+        text = (SOURCE / "docs/tool.md").read_text()
+        for command in listed_commands():
+            section = text.split(f"\n## dcap {command}\n")[1].split("\n## ")[0]
+            told = set(re.findall(r"`(--?[a-z-]+)[` ]", section))
+            self.assertEqual(told, set(listed_options(command)) - {"-h", "--help"}, command)
+        for option in listed_options():
+            self.assertIn(f"{option}`", text)
+
     @unittest.skipUnless(shutil.which("man"), "no man")
     def test_man_shows_the_pages_without_a_warning(self):
         for page in PAGES:
