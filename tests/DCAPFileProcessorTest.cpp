@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
@@ -780,7 +781,8 @@ TEST_P(DCAPFileProcessorTest, AFileReadsAsMemoryDoesWhateverTheSizesOfItsPayload
       capture.Call(7, payload);
     }
   }
-  const std::string path = testing::TempDir() + "/DCAPFileProcessorTest.dcap";
+  const std::string path =
+      testing::TempDir() + "/DCAPFileProcessorTest" + std::to_string(getpid()) + ".dcap";
   capture.WriteTo(path);
   EXPECT_EQ(Run(std::make_shared<Core::StdioReader>(path)), "");
   const std::vector<std::string> events = std::move(recorder.events);
