@@ -109,23 +109,29 @@ class Reference(unittest.TestCase):
             self.assertEqual(complete("dump", "--blobs", "my", folder=folder), ["my folder"])
 
     @unittest.skipUnless(shutil.which("zsh"), "no zsh")
-    def test_zsh_completes(self):
-        # A terminal with a shell in it, which runs what it has completed.
+    def test_zsh_is_told_of_every_option(self):
+        # In place of zsh's own function, one that shows what it is given, and has found a command.
         script = f"""
-            zmodload zsh/zpty
-            zpty shell zsh -f
-            zpty -w shell 'fpath=({PACKAGING}/completions $fpath); autoload -Uz compinit'
-            zpty -w shell 'compinit -u -d /dev/null; stty columns 200; dcap() {{ print -r "<$*>" }}'
-            zpty -w shell "$1"$'\\t'
-            zpty -r shell line "*<$2*"  # or wait in vain"""
-        for typed, completed in (("dcap fin", "finalize"), ("dcap dump --form", "dump --format"),
-                                 ("dcap dump --format=js", "dump --format=jsonl"),
-                                 ("dcap repack --compression lz7", "repack --compression lz77"),
-                                 ("dcap stats --class=draw,up", "stats --class=draw,upload"),
-                                 ("dcap cat examples/sam", "cat examples/sample.dcap")):
-            with self.subTest(typed):
-                subprocess.run(["zsh", "-fc", script, "zsh", typed, completed], check=True,
-                               timeout=60, cwd=SOURCE)
+            _arguments() {{
+              print -rl -- "$@"
+              state=arguments line=($command)
+            }}
+            command=$1
+            source {PACKAGING}/completions/_dcap"""
+        for command in ([], *([name] for name in listed_commands())):
+            with self.subTest(command):
+                done = subprocess.run(["zsh", "-fc", script, "zsh", *command], check=True,
+                                      capture_output=True, text=True)
+                self.assertEqual(done.stderr, "")
+                told = set(re.findall(r"^[*]?(?:\([^)]*\))?(--?[a-z-]+)[=+]?\[.*\]", done.stdout, re.M))
+                self.assertEqual(told, {*listed_options(), *listed_options(*command)})
+
+    @unittest.skipUnless(shutil.which("zsh"), "no zsh")
+    def test_zsh_finds_the_completion(self):
+        script = f"""fpath=({PACKAGING}/completions $fpath)
+            autoload -Uz compinit && compinit -u -D && print $_comps[dcap]"""
+        done = subprocess.run(["zsh", "-fc", script], check=True, capture_output=True, text=True)
+        self.assertEqual((done.stdout, done.stderr), ("_dcap\n", ""))
 
 
 if __name__ == "__main__":
