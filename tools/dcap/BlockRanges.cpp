@@ -1,5 +1,6 @@
 #include "BlockRanges.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -60,20 +61,24 @@ bool BlockRanges::Next(BlockRange* range) {
   bool begun = false;
   while (!ended_) {
     const BlockRange start{walk_.Reader().BlockEnd(), BlockRange::kToTheEnd, walk_.Frames(),
-                           walk_.FrameNumber()};
+                           walk_.FrameNumber(), 0};
     try {
       ended_ = !walk_.NextBlock() || walk_.Frames() > frames_.Last();
     } catch (const DamageError&) {
       ended_ = true;
       if (!begun) *range = start;
       range->end = BlockRange::kToTheEnd;
+      range->largestBlock = UINT32_MAX;
       return true;
     }
     if (ended_) break;
     const bool selected = frames_.Contains(walk_.Frames());
     if (selected && !begun) *range = start;
     begun = begun || selected;
-    if (selected) range->end = walk_.Reader().BlockEnd();
+    if (selected) {
+      range->end = walk_.Reader().BlockEnd();
+      range->largestBlock = std::max(range->largestBlock, uint32_t{walk_.Reader().Block().size});
+    }
     const bool isFrame = walk_.Reader().Block().type == Data::kBlockFrame;
     ended_ = isFrame && walk_.Frames() == frames_.Last();
     if (begun && (!selected || range->end - range->begin >= size_)) return true;

@@ -17,11 +17,12 @@ struct BlockRange {
   uint64_t end = 0;           ///< behind the last; `kToTheEnd` when nobody can tell
   uint32_t framesBefore = 0;  ///< how many frames come before
   uint32_t numberBefore = 0;  ///< the sequence number of the last of them; 0 when there is none
+  uint32_t largestBlock = 0;  ///< size of the largest block
 
   static constexpr uint64_t kToTheEnd = UINT64_MAX;
 
   /// The whole capture.
-  static BlockRange All() { return {sizeof(Data::FileHeader), kToTheEnd, 0, 0}; }
+  static BlockRange All() { return {sizeof(Data::FileHeader), kToTheEnd, 0, 0, UINT32_MAX}; }
 };
 
 /// Reads the headers of a finished capture in a file, not its payloads. Throws `DamageError` where

@@ -49,7 +49,7 @@ void InOrder::WorkOnPieces() {
     const std::lock_guard lock(mutex_);
     piece->failure = failure;
     piece->ended = true;
-    actionsMayBeThere_.notify_one();
+    NoteProgress();
   }
 }
 
@@ -81,27 +81,34 @@ void InOrder::TakeActions() {
   std::unique_lock lock(mutex_);
   while (true) {
     actionsMayBeThere_.wait(lock, [this] {
-      if (pieces_.empty()) return sourceIsEmpty_;
-      return !pieces_.front()->actions.empty() || pieces_.front()->ended;
+      return pieces_.empty() ? sourceIsEmpty_ : pieces_.front()->IsWorthTaking();
     });
     if (pieces_.empty()) return;
     Piece& piece = *pieces_.front();
     if (!piece.actions.empty()) {
-      const auto [bytes, action] = std::move(piece.actions.front());
-      piece.actions.pop_front();
+      std::deque<Action> actions = std::exchange(piece.actions, {});
+      const size_t bytes = piece.bytes;
       lock.unlock();
-      action();
+      for (; !actions.empty(); actions.pop_front()) actions.front()();
       lock.lock();
       piece.bytes -= bytes;
       bytes_ -= bytes;
-      workersMayGoOn_.notify_all();
-      continue;
+    } else if (piece.failure != nullptr) {
+      std::rethrow_exception(piece.failure);
+    } else if (piece.isLast) {
+      return;
+    } else {
+      pieces_.pop_front();
     }
-    if (piece.failure != nullptr) std::rethrow_exception(piece.failure);
-    if (piece.isLast) return;
-    pieces_.pop_front();
     workersMayGoOn_.notify_all();
   }
+}
+
+// Waking the other thread takes longer than a few lines do.
+bool InOrder::Piece::IsWorthTaking() const { return ended || bytes >= kMaxBytes / 2; }
+
+void InOrder::NoteProgress() {
+  if (pieces_.front()->IsWorthTaking()) actionsMayBeThere_.notify_one();
 }
 
 void InOrder::Stop() {
@@ -124,10 +131,10 @@ void InOrder::Turn::Do(size_t bytes, Action action) {
     const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
     return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
   });
-  piece_->actions.emplace_back(bytes, std::move(action));
+  piece_->actions.push_back(std::move(action));
   piece_->bytes += bytes;
   order_->bytes_ += bytes;
-  order_->actionsMayBeThere_.notify_one();
+  if (order_->pieces_.front().get() == piece_) order_->NoteProgress();
 }
 
 void InOrder::Turn::Await() {

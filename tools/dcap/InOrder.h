@@ -31,7 +31,9 @@ class InOrder {
 
  private:
   struct Piece {
-    std::deque<std::pair<size_t, Action>> actions;
+    [[nodiscard]] bool IsWorthTaking() const;
+
+    std::deque<Action> actions;
     size_t bytes = 0;  // that the actions hold on to
     bool ended = false;
     bool isLast = false;
@@ -44,6 +46,7 @@ class InOrder {
   void WorkOnPieces();
   std::shared_ptr<Piece> NextPiece(Work* work);
   void TakeActions();
+  void NoteProgress();
   void Stop();
   template <typename Condition>
   void Wait(std::unique_lock<std::mutex>* lock, Condition condition);

@@ -30,10 +30,9 @@ bool HasLargePayload(const std::shared_ptr<Core::DataReader>& reader, const Bloc
                      uint64_t bytes) {
   try {
     BlockWalk walk(reader, range);
-    const bool compressed = (walk.Reader().Header().optionMask & Data::kOptionCompressionMask) != 0;
     while (walk.NextBlock()) {
       Data::StoredSubBlock subBlock{};
-      while ((compressed || walk.Reader().Block().size > bytes) && walk.NextSubBlock(&subBlock)) {
+      while (walk.NextSubBlock(&subBlock)) {
         if (walk.InflatedSize(subBlock) > bytes) return true;
       }
     }
@@ -86,10 +85,14 @@ void RangeWorkers::Run(const Ranges& frames, uint64_t size, Progress* progress, 
 void WalkRanges(RangeWorkers* workers, const Selection& selection, const ParallelWalk& walk,
                 Progress* progress, std::optional<Place>* failedAt) {
   const uint64_t largePayload = kSharedPayloads / workers->Threads();
+  const bool compressed = (workers->Header().optionMask & Data::kOptionCompressionMask) != 0;
   const RangeWorkers::Work work = [&](const BlockRange& range, const auto& reader,
                                       InOrder::Turn* turn) {
     // One thread at a time holds large payloads, or memory would grow with the number of threads.
-    if (HasLargePayload(reader, range, largePayload)) turn->Await();
+    if ((compressed || range.largestBlock > largePayload) &&
+        HasLargePayload(reader, range, largePayload)) {
+      turn->Await();
+    }
     const std::unique_ptr<RangeHandler> handler = walk.makeHandler(turn);
     EventConsumer consumer(handler->Events(), &selection);
     Data::DCAPFileProcessor processor;

@@ -49,6 +49,7 @@ class RangeWorkers {
 
   /// One for a pipe.
   [[nodiscard]] unsigned Threads() const { return threads_; }
+  [[nodiscard]] const Data::FileHeader& Header() const { return capture_.Recovery().header; }
 
   /// Has `work` done on all ranges that are selected, of about `size` bytes, or less in a small
   /// capture. Throws as `InOrder::Run`.
