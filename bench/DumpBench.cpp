@@ -139,7 +139,7 @@ void DumpAs(benchmark::State& state, const std::string& format) {
         }
       },
       [&] {
-        RunTool({"dump", "--format", format, input.Path()});
+        RunTool({"dump", "--jobs", "1", "--format", format, input.Path()});
       });
 }
 

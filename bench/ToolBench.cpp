@@ -64,7 +64,7 @@ void Scan(benchmark::State& state) {
         benchmark::DoNotOptimize(counter.sum);
       },
       [&] {
-        RunTool({"info", "--scan", input.Path()});
+        RunTool({"info", "--scan", "--jobs", "1", input.Path()});
       });
 }
 
