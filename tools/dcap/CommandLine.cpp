@@ -163,7 +163,7 @@ std::string ValueForm(const CLI::Option& option) {
   if (option.get_type_size() == 0) return "";
   // "DIR", "N:UINT in [1 - 64]", "TEXT:{text,jsonl,canonical}", "draw,upload:{draw,compute,...}"
   const std::string type = option.get_type_name();
-  const std::string form = type.substr(0, type.find(':'));
+  std::string form = type.substr(0, type.find(':'));
   if (form != "TEXT") return form;
   std::string choices;
   for (const std::string& choice : ValueChoices(option)) {

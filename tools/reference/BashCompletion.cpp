@@ -78,6 +78,7 @@ complete -F _dcap dcap
 std::string BashCompletion(const CommandInfo& tool, const std::vector<CommandInfo>& commands) {
   std::string text = Notice("#") + kStart;
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CommandInfo& command : commands) names.push_back(command.name);
   text += "    '')\n      options='" + OptionNames(tool) + "'\n";
   text += "      [[ $current == -* ]] || values='" + Join(names) + "' ;;\n";

@@ -38,8 +38,10 @@ std::string Arguments(const CommandInfo& command) {
       // A list may be given in several options.
       std::string spec = option.TakesList() ? "*" : "";
       if (option.names.size() > 1) spec += "(" + Join(option.names) + ")";
-      spec += name + (value.empty() ? "" : isLong ? "=" : "+");
-      text += " \\\n        '" + spec + "[" + Escape(option.description) + "]" + value + "'";
+      spec += name;
+      spec += value.empty() ? "" : isLong ? "=" : "+";
+      text += " \\\n        '";
+      text += spec.append("[").append(Escape(option.description)).append("]").append(value) + "'";
     }
   }
   return text;
