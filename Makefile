@@ -33,7 +33,7 @@ demo: all  ## build, then show a sample capture as the tool prints it
 
 .PHONY: test
 test:  ## the gate: both compilers, every check and every test
-	$(packages) build test docs
+	$(packages) build test docs bench
 	cmake --preset test
 	cmake --build build-test
 	cmake --preset asan
