@@ -31,6 +31,10 @@ class Reencoder : public Data::DCAPWriteConsumer, private Data::CallSink {
     eglDecoder_.AddAdapter(&eglEncoder_);
     glDecoder_.AddAdapter(&glEncoder_);
   }
+  // Frees what a draw call left behind that an exception cut short; the decoder itself does not.
+  ~Reencoder() override { glDecoder_.DestroyVertexAttribArrayData(); }
+  Reencoder(const Reencoder&) = delete;
+  Reencoder& operator=(const Reencoder&) = delete;
 
   void ProcessFunctionCall(const Data::SubBlockHeader& /*header*/,
                            const Data::FunctionCallDesc& desc, const unsigned char* data,
