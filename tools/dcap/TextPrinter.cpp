@@ -59,28 +59,23 @@ void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& he
 
 void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
-  LineStart(context);
-  Name("", call.name);
-  out_.Char('(');
-  for (size_t i = 0; i < call.parameterCount; ++i) {
-    if (i != 0) {
-      out_.Text(", ");
-    }
-    out_.Text(call.values[i].name);
-    out_.Char('=');
-    Value(call.api, *call.values[i].type, values[i]);
-  }
-  out_.Char(')');
-  if (call.hasResult) {
-    out_.Text(" = ");
-    Value(call.api, *call.values[call.parameterCount].type, values[call.parameterCount]);
-  }
-  out_.Char('\n');
+  Line(context, calls_, call, values);
 }
 
 void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
                              std::span<const Data::CallValue> values) {
-  Call(context, operation, values);
+  Line(context, clientData_, operation, values);
+}
+
+void TextPrinter::Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
+                       std::span<const Data::CallValue> values) {
+  LineStart(context);
+  const CallLine& line = coloured_ ? lines.Of(call, kBold, kPlain) : lines.Of(call, "", "");
+  for (size_t i = 0; i < values.size(); ++i) {
+    out_.Padded(line.Before(i));
+    Value(call.api, *call.values[i].type, values[i]);
+  }
+  out_.Padded(line.Before(values.size()));
 }
 
 void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record) {
@@ -138,14 +133,17 @@ void TextPrinter::Value(Data::Api api, const Data::TypeDesc& type, const Data::C
 }
 
 void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
-  const char* name = nullptr;
   switch (numeric_ ? Data::ValueFormat::kNumber : type.format) {
     case Data::ValueFormat::kEnum:
-      name = EnumName(api, type, value);
+      if (const PaddedText name = names_.Of(api, type, value); name.size != 0) {
+        return out_.Padded(name);
+      }
       break;
     case Data::ValueFormat::kBoolean:
-      name = BooleanName(api, value);
-      break;
+      if (const char* name = BooleanName(api, value)) {
+        return out_.Text(name);
+      }
+      return out_.Number(value);
     case Data::ValueFormat::kBits:
       return Bits(type, value);
     case Data::ValueFormat::kHex:
@@ -153,9 +151,7 @@ void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t v
     default:
       return out_.Number(value);
   }
-  if (name != nullptr) {
-    out_.Text(name);
-  } else if (IsPlainNumber(type, value) || type.format == Data::ValueFormat::kBoolean) {
+  if (IsPlainNumber(type, value)) {
     out_.Number(value);
   } else {
     out_.Text("0x");

@@ -2,6 +2,7 @@
 #ifndef DCAP_TEXTPRINTER_H
 #define DCAP_TEXTPRINTER_H
 
+#include "CallLines.h"
 #include "Printer.h"
 
 class TextPrinter final : public Printer {
@@ -20,6 +21,8 @@ class TextPrinter final : public Printer {
   void Metadata(const EventContext& context, const MetaRecord& record) override;
 
  private:
+  void Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
+            std::span<const Data::CallValue> values);
   void LineStart(const EventContext& context);
   void Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value);
   void Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value);
@@ -41,6 +44,9 @@ class TextPrinter final : public Printer {
 
   const bool numeric_;
   const bool coloured_;
+  CallLines calls_;
+  CallLines clientData_;  // its operations share identifiers with calls
+  EnumNames names_;
 };
 
 #endif  // DCAP_TEXTPRINTER_H
