@@ -102,6 +102,8 @@ TEST_F(DCAPDecodeConsumerTest, EveryDecoderThatClaimsACallReceivesItInOrderOfReg
 }
 
 TEST_F(DCAPDecodeConsumerTest, ADecoderAddedTwiceIsServedTwiceAndRemovedOnceByOnce) {
+  consumer.AddDecoder(nullptr);  // listed like any other
+  consumer.RemoveDecoder(nullptr);
   consumer.AddDecoder(&low);
   consumer.AddDecoder(&wide);
   consumer.AddDecoder(&low);

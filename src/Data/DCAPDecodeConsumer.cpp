@@ -19,7 +19,9 @@ DCAPDecodeConsumer::~DCAPDecodeConsumer() = default;
 // called straight: two virtual calls for each decoder are dear beside a small call.
 void DCAPDecodeConsumer::AddDecoder(Decoder* decoder) {
   Route route{decoder, 0, UINT32_MAX, DecoderKind::kOther};
-  if (typeid(*decoder) == typeid(GLDecoder)) {
+  if (decoder == nullptr) {
+    // Appended like any other: only a call that reaches it is an error.
+  } else if (typeid(*decoder) == typeid(GLDecoder)) {
     route = {decoder, kFirstGLCall, kGLCallIds, DecoderKind::kGL};
   } else if (typeid(*decoder) == typeid(EGLDecoder)) {
     route = {decoder, kFirstEGLCall, kEGLCallIds, DecoderKind::kEGL};
