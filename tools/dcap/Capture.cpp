@@ -6,6 +6,7 @@
 #include <new>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Core/Exceptions.h"
@@ -15,6 +16,7 @@
 
 #include "Command.h"
 #include "Damage.h"
+#include "HeaderReader.h"
 #include "ParallelWalk.h"
 #include "Progress.h"
 
@@ -48,19 +50,23 @@ Capture::Capture(const std::string& path) : path_(path) {
         (errno != 0 ? std::strerror(errno) : "Not a file") + ")");
   }
   if (const uint64_t size = reader_->Size(); size != 0) {
-    recovery_ = Data::CaptureRecovery::Examine(reader_.get(), size);
-    reader_->Seek(SEEK_SET, 0);
-    if (!recovery_.IsComplete()) {
-      reader_ = std::make_shared<Data::RecoveredReader>(reader_, recovery_);
-    }
+    headers_ = std::make_shared<HeaderReader>(path);
+    recovery_ = Data::CaptureRecovery::Examine(headers_.get(), size);
+    reader_ = Finished(reader_);
+    headers_ = Finished(headers_);
   }
+}
+
+// Shows the capture in `file` as finished.
+std::shared_ptr<Core::DataReader> Capture::Finished(std::shared_ptr<Core::DataReader> file) const {
+  if (recovery_.IsComplete()) return file;
+  return std::make_shared<Data::RecoveredReader>(std::move(file), recovery_);
 }
 
 std::shared_ptr<Core::DataReader> Capture::OpenAgain() const {
   auto file = std::make_shared<Core::StdioReader>(path_);
   if (recovery_.storedSize == 0 || file->Size() < recovery_.storedSize) return nullptr;
-  if (recovery_.IsComplete()) return file;
-  return std::make_shared<Data::RecoveredReader>(file, recovery_);
+  return Finished(std::move(file));
 }
 
 void Capture::ReportState() const {
@@ -156,11 +162,10 @@ int WalkCapture(const std::string& path, EventHandler* handler, const Selection&
       WalkRanges(&workers, selection, *parallel, &progress, &failedAt);
       return capture.Status();
     }
-    const auto index = selection.frames.IsAll() ? nullptr : capture.OpenAgain();
-    if (index == nullptr) {
+    if (selection.frames.IsAll() || capture.Headers() == nullptr) {
       WalkRange(&processor, &consumer, BlockRange::All(), &progress);
     } else {
-      BlockRanges ranges(index, selection.frames, kRangeSize);
+      BlockRanges ranges(capture.Headers(), selection.frames, kRangeSize);
       BlockRange range;
       while (ranges.Next(&range) && WalkRange(&processor, &consumer, range, &progress)) {
       }

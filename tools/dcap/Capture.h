@@ -25,6 +25,10 @@ class Capture {
   /// state is not known.
   [[nodiscard]] const std::shared_ptr<Core::DataReader>& Reader() const { return reader_; }
 
+  /// The same for a walk over the headers of the blocks alone, one walk at a time; cheaper there.
+  /// Null for a pipe.
+  [[nodiscard]] const std::shared_ptr<Core::DataReader>& Headers() const { return headers_; }
+
   /// Opens the file once more, for reading in two places. Null for a pipe, and when the file is not
   /// there any more.
   [[nodiscard]] std::shared_ptr<Core::DataReader> OpenAgain() const;
@@ -42,8 +46,12 @@ class Capture {
   [[nodiscard]] int Status() const;
 
  private:
+  [[nodiscard]] std::shared_ptr<Core::DataReader> Finished(
+      std::shared_ptr<Core::DataReader> file) const;
+
   std::string path_;
   std::shared_ptr<Core::DataReader> reader_;
+  std::shared_ptr<Core::DataReader> headers_;
   Data::CaptureRecovery recovery_;
 };
 

@@ -70,7 +70,7 @@ class FrameList {
 };
 
 void ListFrames(const Capture& capture, FrameList* list) {
-  BlockWalk walk(capture.Reader());
+  BlockWalk walk(capture.Headers());
   while (walk.NextBlock()) {
     if (walk.Reader().Block().type == Data::kBlockFrame) list->Add(walk.Frames(), walk.Reader());
   }

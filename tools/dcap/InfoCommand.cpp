@@ -154,7 +154,8 @@ void Add(const Findings& range, Findings* sum) {
 void Examine(const Capture& capture, unsigned jobs, Progress* progress, Findings* findings) {
   RangeWorkers workers(capture, findings->scan ? jobs : 1);
   if (workers.Threads() == 1) {
-    return Examine(capture.Reader(), BlockRange::All(), progress, findings);
+    const auto& reader = findings->scan ? capture.Reader() : capture.Headers();
+    return Examine(reader, BlockRange::All(), progress, findings);
   }
   const RangeWorkers::Work work = [findings](const BlockRange& range, const auto& reader,
                                              InOrder::Turn* turn) {

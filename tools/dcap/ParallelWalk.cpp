@@ -59,7 +59,7 @@ void RangeWorkers::Run(const Ranges& frames, uint64_t size, Progress* progress, 
   mallopt(M_MMAP_THRESHOLD, 1 << 20);
   mallopt(M_TRIM_THRESHOLD, 2 << 20);
   const uint64_t perThread = capture_.Reader()->Size() / kRangesPerThread / threads_;
-  BlockRanges ranges(capture_.OpenAgain(), frames, std::min(size, perThread));
+  BlockRanges ranges(capture_.Headers(), frames, std::min(size, perThread));
   const auto takeReader = [this] {
     const std::lock_guard lock(mutex_);
     if (idleReaders_.empty()) return capture_.OpenAgain();
