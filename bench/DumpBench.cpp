@@ -13,6 +13,7 @@
 
 #include "Compare.h"
 #include "Input.h"
+#include "LibraryWalk.h"
 #include "Tool.h"
 
 namespace {
@@ -119,7 +120,9 @@ class BareLines {
   char buffer_[64 << 10];
 };
 
-void DumpAs(benchmark::State& state, const std::string& format) {
+enum class Baseline { kFormatting, kWalkAndFormatting };
+
+void DumpAs(benchmark::State& state, const std::string& format, Baseline baseline) {
   // The lines of one frame stand for those of all.
   const Input oneFrame(SmallCalls(), Data::kCompressionNone, 1);
   const auto bare = std::make_unique<BareLines>(TextOfDump(oneFrame.Path(), format));
@@ -134,6 +137,10 @@ void DumpAs(benchmark::State& state, const std::string& format) {
   Compare(
       state, {static_cast<double>(input.Calls()), "calls"},
       [&] {
+        if (baseline == Baseline::kWalkAndFormatting) {
+          CountingAdapter adapter;
+          LibraryWalk(input.Path(), {&adapter, 1}).Finish();
+        }
         for (uint64_t frame = 0; frame < input.Frames(); ++frame) {
           bare->Format([](std::string_view text) { benchmark::DoNotOptimize(text.data()); });
         }
@@ -143,9 +150,17 @@ void DumpAs(benchmark::State& state, const std::string& format) {
       });
 }
 
+benchmark::internal::Benchmark* DumpComparison(const char* name, const std::string& format,
+                                               Baseline baseline) {
+  return Comparison(name, [=](benchmark::State& state) { DumpAs(state, format, baseline); });
+}
+
 [[maybe_unused]] const benchmark::internal::Benchmark* const registered[] = {
-    Comparison("f. dump as text", [](benchmark::State& state) { DumpAs(state, "text"); }),
-    Comparison("f. dump as JSON Lines", [](benchmark::State& state) { DumpAs(state, "jsonl"); }),
+    DumpComparison("f. dump as text", "text", Baseline::kFormatting),
+    DumpComparison("f. dump as text, beside walk and lines", "text", Baseline::kWalkAndFormatting),
+    DumpComparison("f. dump as JSON Lines", "jsonl", Baseline::kFormatting),
+    DumpComparison("f. dump as JSON Lines, beside walk and lines", "jsonl",
+                   Baseline::kWalkAndFormatting),
 };
 
 }  // namespace

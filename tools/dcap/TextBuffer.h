@@ -2,6 +2,7 @@
 #ifndef DCAP_TEXTBUFFER_H
 #define DCAP_TEXTBUFFER_H
 
+#include <bit>
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
@@ -16,11 +17,21 @@ class TextSink {
   virtual void Write(std::string_view text) = 0;
 };
 
-/// A short text, behind which `kPadding` more bytes can be read.
+/// A text, mostly a short one, behind which `kPadding` more bytes can be read.
 struct PaddedText {
   static constexpr size_t kPadding = 32;
   const char* text;
   size_t size;
+
+  /// Copies the text to `out`, where `kPadding` bytes more than its size fit, and returns its end.
+  /// A move of a fixed size is quicker than one that has to find out how.
+  char* CopyTo(char* out) const {
+    std::memcpy(out, text, kPadding);
+    if (size > kPadding) [[unlikely]] {
+      std::memcpy(out + kPadding, text + kPadding, size - kPadding);
+    }
+    return out + size;
+  }
 };
 
 /// Collects text for a sink, which it borrows. Its size does not depend on how much is written, nor
@@ -37,23 +48,15 @@ class TextBuffer {
     std::memcpy(Room(text.size()), text.data(), text.size());
     end_ += text.size();
   }
-  /// The same in moves of a fixed size, which is quicker: most text comes in short pieces.
-  void Padded(PaddedText piece) {
-    if (piece.size > PaddedText::kPadding) [[unlikely]] {
-      return Text(std::string_view(piece.text, piece.size));
-    }
-    std::memcpy(Room(PaddedText::kPadding), piece.text, PaddedText::kPadding);
-    end_ += piece.size;
-  }
   void Char(char c) { *Room(1) = c, ++end_; }
 
-  template <typename Integer>
-  void Number(Integer value) {
+  template <typename Arithmetic>
+  void Number(Arithmetic value) {
     char* out = Room(kNumberRoom);
-    end_ += static_cast<size_t>(std::to_chars(out, out + kNumberRoom, value).ptr - out);
+    Commit(std::to_chars(out, out + kNumberRoom, value).ptr);
   }
   /// The shortest text that reads back as the same value.
-  void Float(float value) { Number(value); }
+  void Float(float value) { Commit(FloatTo(Room(kNumberRoom), value)); }
   /// Lower-case digits without a prefix, `width` of them at least.
   void Hex(uint64_t value, int width = 1) {
     static constexpr char kDigits[] = "0123456789abcdef";
@@ -73,18 +76,36 @@ class TextBuffer {
     end_ = 0;
   }
 
- private:
-  static constexpr size_t kSize = size_t{64} << 10;
-  static constexpr size_t kNumberRoom = 32;  // more than any number takes
+  // For lines that are put together with a pointer of their own
+  // ------------------------------------
 
-  // Room for `count` bytes, which the buffer can hold, at its end.
+  static constexpr size_t kSize = size_t{64} << 10;
+  static constexpr size_t kNumberRoom = 32;  ///< more than any number takes
+
+  /// Room for `count` bytes, `kSize` at most, at the end of the text; valid until the next use.
   char* Room(size_t count) {
     if (kSize - end_ < count) [[unlikely]] {
       Flush();
     }
     return begin_.get() + end_;
   }
+  /// What was written there up to `end` is text now.
+  void Commit(const char* end) { end_ = static_cast<size_t>(end - begin_.get()); }
 
+  /// As `Float`, to `out`, where `kNumberRoom` bytes fit. Returns the end.
+  static char* FloatTo(char* out, float value) {
+    // Most floats of a capture are small whole numbers, which take a fraction of the time as such.
+    constexpr auto kScientific = std::bit_cast<uint32_t>(1e5F);  // from here on "1e+05" is shorter
+    if (std::bit_cast<uint32_t>(value) < kScientific) {          // negative zero is not
+      const auto whole = static_cast<uint32_t>(value);
+      if (static_cast<float>(whole) == value) {
+        return std::to_chars(out, out + kNumberRoom, whole).ptr;
+      }
+    }
+    return std::to_chars(out, out + kNumberRoom, value).ptr;
+  }
+
+ private:
   TextSink* sink_;
   std::unique_ptr<char[]> begin_{new char[kSize]};
   size_t end_ = 0;

@@ -1,6 +1,8 @@
 #include "TextPrinter.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 
 #include "Checksum.h"
 
@@ -9,21 +11,31 @@ namespace {
 // Elements of an array that are listed; of the others only the number.
 constexpr uint32_t kListedElements = 16;
 
+// More than a thread and the sequences of a terminal around it take.
+constexpr size_t kLineStartRoom = 2 * PaddedText::kPadding;
+
+constexpr uint64_t kNoThread = UINT64_MAX - 1;
+
+// Characters that stand for themselves between quotation marks.
+constexpr std::array<bool, 256> kIsPlain = [] {
+  std::array<bool, 256> isPlain{};
+  for (size_t c = ' '; c <= '~'; ++c) {
+    isPlain[c] = c != '"' && c != '\\';
+  }
+  return isPlain;
+}();
+
 constexpr std::string_view kDim = "\033[2m";
 constexpr std::string_view kBold = "\033[1m";
 constexpr std::string_view kPlain = "\033[0m";
 
-const char* BooleanName(Data::Api api, uint32_t value) {
-  if (value > 1) {
-    return nullptr;
-  }
-  if (api == Data::Api::kEGL) {
-    return value == 1 ? "EGL_TRUE" : "EGL_FALSE";
-  }
-  return value == 1 ? "GL_TRUE" : "GL_FALSE";
-}
-
 }  // namespace
+
+TextPrinter::TextPrinter(TextSink* sink, bool numeric, bool coloured)
+    : Printer(sink),
+      numeric_(numeric),
+      coloured_(coloured),
+      style_{numeric, coloured ? kBold : "", coloured ? kPlain : ""} {}
 
 void TextPrinter::FileStart(const Data::FileHeader& header) {
   Style(kDim);
@@ -67,20 +79,78 @@ void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& 
   Line(context, clientData_, operation, values);
 }
 
+inline PaddedText TextPrinter::LineStart(const EventContext& context) {
+  const uint64_t thread = context.hasThread ? context.threadId : kNoThread;
+  if (lineStartThread_ != thread) [[unlikely]] {
+    ChangeThread(thread);
+  }
+  return {lineStart_.data(), lineStartSize_};
+}
+
+[[gnu::noinline]] void TextPrinter::ChangeThread(uint64_t thread) {
+  lineStartThread_ = thread;
+  lineStart_ = coloured_ ? kDim : "";
+  lineStart_ += thread != kNoThread ? std::to_string(thread) : "-";
+  lineStart_ += coloured_ ? kPlain : "";
+  lineStart_ += ' ';
+  lineStartSize_ = lineStart_.size();
+  lineStart_.append(PaddedText::kPadding, '\0');
+}
+
 void TextPrinter::Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
-  LineStart(context);
-  const CallLine& line = coloured_ ? lines.Of(call, kBold, kPlain) : lines.Of(call, "", "");
-  for (size_t i = 0; i < values.size(); ++i) {
-    out_.Padded(line.Before(i));
-    Value(call.api, *call.values[i].type, values[i]);
+  using Form = CallLine::Form;
+  const CallLine& line = lines.Of(call, style_);
+  const PaddedText start = LineStart(context);
+  // Most lines are written from end to end without a look at the buffer, which costs as much as
+  // a short value.
+  char* out = start.CopyTo(out_.Room(kLineStartRoom + line.Room()));
+  const auto number = [&out](auto value) {
+    out = std::to_chars(out, out + TextBuffer::kNumberRoom, value).ptr;
+  };
+  const CallLine::Part* part = line.Parts();
+  for (const Data::CallValue& value : values) {
+    out = part->before.CopyTo(out);
+    Form form = part->form;
+    PaddedText name{};
+    if (form == Form::kNamed) {
+      name = named_.Of(call.api, *part->type, value.u32);
+      if (name.size > PaddedText::kPadding) form = Form::kOther;
+    }
+    switch (form) {
+      case Form::kUnsigned:
+        number(value.u32);
+        break;
+      case Form::kSigned:
+        number(value.i32);
+        break;
+      case Form::kFloat:
+        out = TextBuffer::FloatTo(out, value.f32);
+        break;
+      case Form::kUint64:
+        number(value.u64);
+        break;
+      case Form::kNamed:
+        out = name.CopyTo(out);
+        break;
+      case Form::kOther:
+        out_.Commit(out);
+        Value(call.api, *part->type, value);
+        out = out_.Room(line.Room());
+        break;
+    }
+    ++part;
   }
-  out_.Padded(line.Before(values.size()));
+  out_.Commit(part->before.CopyTo(out));
 }
 
 void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record) {
-  LineStart(context);
-  Name("meta.", record.name);
+  const PaddedText start = LineStart(context);
+  out_.Text({start.text, start.size});
+  Style(kBold);
+  out_.Text("meta.");
+  out_.Text(record.name);
+  Style(kPlain);
   out_.Char('(');
   const char* gap = "";
   for (const MetaField& field : record.fields) {
@@ -94,31 +164,10 @@ void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record
   out_.Char('\n');
 }
 
-void TextPrinter::LineStart(const EventContext& context) {
-  Style(kDim);
-  if (context.hasThread) {
-    out_.Number(context.threadId);
-  } else {
-    out_.Char('-');
-  }
-  Style(kPlain);
-  out_.Char(' ');
-}
-
-void TextPrinter::Name(std::string_view prefix, std::string_view name) {
-  Style(kBold);
-  out_.Text(prefix);
-  out_.Text(name);
-  Style(kPlain);
-}
-
 void TextPrinter::Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value) {
   switch (value.type) {
     case Data::ValueType::kInt32:
-      if (type.format == Data::ValueFormat::kNumber || value.i32 < 0) {
-        return out_.Number(value.i32);
-      }
-      return Unsigned(api, type, static_cast<uint32_t>(value.i32));
+      return Integer(api, type, value.i32);
     case Data::ValueType::kFloat:
       return out_.Float(value.f32);
     case Data::ValueType::kUint64:
@@ -128,49 +177,18 @@ void TextPrinter::Value(Data::Api api, const Data::TypeDesc& type, const Data::C
     case Data::ValueType::kBytes:
       return Bytes({value.bytes, value.bytes != nullptr ? value.byteCount : 0});
     default:
-      return Unsigned(api, type, value.u32);
+      return Integer(api, type, value.u32);
   }
 }
 
-void TextPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
-  switch (numeric_ ? Data::ValueFormat::kNumber : type.format) {
-    case Data::ValueFormat::kEnum:
-      if (const PaddedText name = names_.Of(api, type, value); name.size != 0) {
-        return out_.Padded(name);
-      }
-      break;
-    case Data::ValueFormat::kBoolean:
-      if (const char* name = BooleanName(api, value)) {
-        return out_.Text(name);
-      }
-      return out_.Number(value);
-    case Data::ValueFormat::kBits:
-      return Bits(type, value);
-    case Data::ValueFormat::kHex:
-      break;
-    default:
-      return out_.Number(value);
+// A 32-bit integer of either sign, by its name if it has one.
+template <typename Integer32>
+void TextPrinter::Integer(Data::Api api, const Data::TypeDesc& type, Integer32 value) {
+  if (numeric_ || !HasNames(type)) {
+    return out_.Number(value);
   }
-  if (IsPlainNumber(type, value)) {
-    out_.Number(value);
-  } else {
-    out_.Text("0x");
-    out_.Hex(value, 4);
-  }
-}
-
-void TextPrinter::Bits(const Data::TypeDesc& type, uint32_t value) {
-  const char* gap = "";
-  const uint32_t rest = ForEachBitName(type, value, [&](const char* name) {
-    out_.Text(gap);
-    out_.Text(name);
-    gap = "|";
-  });
-  if (rest != 0 || *gap == '\0') {
-    out_.Text(gap);
-    out_.Text(rest != 0 ? "0x" : "");
-    out_.Hex(rest);
-  }
+  const PaddedText name = named_.Of(api, type, static_cast<uint32_t>(value));
+  out_.Text({name.text, name.size});
 }
 
 void TextPrinter::Pointer(Data::Api api, const Data::TypeDesc& type,
@@ -195,7 +213,7 @@ void TextPrinter::Pointer(Data::Api api, const Data::TypeDesc& type,
     return out_.Text(" bytes, not recorded>");
   }
   if (kind == Data::PointerKindString) {
-    return Quoted(pointer.stringData, pointer.count);
+    return Quoted({pointer.stringData, pointer.count});
   }
   if (IsByteData(type, pointer)) {
     return Bytes(ArrayBytes(pointer));
@@ -230,12 +248,12 @@ void TextPrinter::Element(Data::Api api, const Data::TypeDesc& type, const uint8
     case Data::ValueType::kFloat:
       return out_.Float(Load<float>(element));
     case Data::ValueType::kInt32:
-      return Value(api, type, Load<int32_t>(element));
+      return Integer(api, type, Load<int32_t>(element));
     case Data::ValueType::kUint32:
-      return Unsigned(api, type, Load<uint32_t>(element));
+      return Integer(api, type, Load<uint32_t>(element));
     case Data::ValueType::kInt64: {
       const auto value = Load<int64_t>(element);
-      return MayBeEnum(type, value) ? Unsigned(api, type, static_cast<uint32_t>(value))
+      return MayBeEnum(type, value) ? Integer(api, type, static_cast<uint32_t>(value))
                                     : out_.Number(value);
     }
     default:
@@ -260,16 +278,22 @@ void TextPrinter::Strings(const Data::PointerData& pointer) {
       out_.Number(pointer.stringLengths[i]);
       out_.Text(" bytes, not recorded>");
     } else {
-      Quoted(pointer.strings[i], pointer.stringLengths[i]);
+      Quoted({pointer.strings[i], pointer.stringLengths[i]});
     }
   }
   out_.Char(']');
 }
 
-void TextPrinter::Quoted(const char* text, size_t size) {
+void TextPrinter::Quoted(std::string_view text) {
   out_.Char('"');
-  for (size_t i = 0; i < size; ++i) {
-    const char c = text[i];
+  while (!text.empty()) {
+    // Control characters and all bytes outside ASCII are escaped: a terminal must not act on them.
+    size_t plain = 0;
+    while (plain < text.size() && kIsPlain[static_cast<uint8_t>(text[plain])]) ++plain;
+    out_.Text(text.substr(0, plain));
+    if (plain == text.size()) break;
+    const char c = text[plain];
+    text.remove_prefix(plain + 1);
     switch (c) {
       case '\n':
         out_.Text("\\n");
@@ -286,13 +310,8 @@ void TextPrinter::Quoted(const char* text, size_t size) {
         out_.Char(c);
         break;
       default:
-        // Other control characters and all bytes outside ASCII: a terminal must not act on them.
-        if (c >= ' ' && c <= '~') {
-          out_.Char(c);
-        } else {
-          out_.Text("\\x");
-          out_.Hex(static_cast<uint8_t>(c), 2);
-        }
+        out_.Text("\\x");
+        out_.Hex(static_cast<uint8_t>(c), 2);
     }
   }
   out_.Char('"');
@@ -318,7 +337,7 @@ void TextPrinter::Field(const MetaField& field) {
     case MetaField::kText:
       return field.bytes.data() == nullptr
                  ? out_.Text("NULL")
-                 : Quoted(reinterpret_cast<const char*>(field.bytes.data()), field.bytes.size());
+                 : Quoted({reinterpret_cast<const char*>(field.bytes.data()), field.bytes.size()});
     case MetaField::kBytes:
       return Bytes(field.bytes);
     case MetaField::kNumbers:

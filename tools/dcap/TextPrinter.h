@@ -9,8 +9,7 @@ class TextPrinter final : public Printer {
  public:
   /// Values that have names are written as numbers when `numeric`. The escape sequences of a
   /// terminal set names off when `coloured`.
-  TextPrinter(TextSink* sink, bool numeric, bool coloured)
-      : Printer(sink), numeric_(numeric), coloured_(coloured) {}
+  TextPrinter(TextSink* sink, bool numeric, bool coloured);
 
   void FileStart(const Data::FileHeader& header) override;
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
@@ -23,15 +22,16 @@ class TextPrinter final : public Printer {
  private:
   void Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
             std::span<const Data::CallValue> values);
-  void LineStart(const EventContext& context);
+  PaddedText LineStart(const EventContext& context);
+  void ChangeThread(uint64_t thread);
   void Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value);
-  void Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value);
-  void Bits(const Data::TypeDesc& type, uint32_t value);
+  template <typename Integer32>
+  void Integer(Data::Api api, const Data::TypeDesc& type, Integer32 value);
   void Pointer(Data::Api api, const Data::TypeDesc& type, const Data::PointerData& pointer);
   void Elements(Data::Api api, const Data::TypeDesc& type, const Data::PointerData& pointer);
   void Element(Data::Api api, const Data::TypeDesc& type, const uint8_t* element);
   void Strings(const Data::PointerData& pointer);
-  void Quoted(const char* text, size_t size);
+  void Quoted(std::string_view text);
   void Bytes(std::span<const uint8_t> bytes);
   void Field(const MetaField& field);
 
@@ -40,13 +40,16 @@ class TextPrinter final : public Printer {
       out_.Text(sequence);
     }
   }
-  void Name(std::string_view prefix, std::string_view name);
 
   const bool numeric_;
   const bool coloured_;
+  const NameStyle style_;
   CallLines calls_;
   CallLines clientData_;  // its operations share identifiers with calls
-  EnumNames names_;
+  NamedValues named_;
+  std::string lineStart_;  // and padding
+  size_t lineStartSize_ = 0;
+  uint64_t lineStartThread_ = UINT64_MAX;
 };
 
 #endif  // DCAP_TEXTPRINTER_H
