@@ -1,5 +1,6 @@
 #include "JsonLinesPrinter.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -33,11 +34,101 @@ void AppendHex(std::string* text, uint64_t value) {
   text->append(digits, std::to_chars(digits, std::end(digits), value, 16).ptr);
 }
 
+// The text of a 32-bit value that may have a name, several of them, or be true or false.
+std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
+  const auto asSigned = static_cast<int32_t>(value);
+  if (type.element == Data::ValueType::kInt32 && asSigned < 0) return std::to_string(asSigned);
+  std::string names;
+  switch (type.format) {
+    case Data::ValueFormat::kEnum:
+      if (const char* name = EnumName(api, type, value)) names = name;
+      break;
+    case Data::ValueFormat::kBoolean:
+      if (value <= 1) return value == 1 ? "true" : "false";
+      break;
+    case Data::ValueFormat::kBits: {
+      const uint32_t rest = ForEachBitName(type, value, [&names](const char* name) {
+        names += names.empty() ? "" : "|";
+        names += name;
+      });
+      if (!names.empty() && rest != 0) {
+        names += "|0x";
+        AppendHex(&names, rest);
+      }
+      break;
+    }
+    default:
+      break;
+  }
+  return names.empty() ? std::to_string(value) : '"' + names + '"';
+}
+
+// What stands between the values of a call, from behind the index on.
+std::vector<std::string> TextsOf(const Data::CallDesc& call) {
+  std::vector<std::string> texts(1);
+  texts[0].append(R"(,"api":")").append(ApiName(call.api));
+  texts[0].append(R"(","id":)").append(std::to_string(static_cast<uint16_t>(call.id)));
+  texts[0].append(R"(,"name":")").append(call.name).append(R"(","args":{)");
+  for (size_t i = 0; i < call.parameterCount; ++i) {
+    if (i != 0) texts.emplace_back(",");
+    texts.back().append("\"").append(call.values[i].name).append("\":");
+  }
+  if (call.parameterCount != 0) texts.emplace_back();
+  texts.back() += '}';
+  if (call.hasResult) {
+    texts.back() += R"(,"result":)";
+    texts.emplace_back();
+  }
+  texts.back() += "}\n";
+  return texts;
+}
+
+std::string NotFinite(float value) {
+  if (std::isinf(value)) return value > 0 ? R"("Infinity")" : R"("-Infinity")";
+  constexpr uint32_t kUsualNaN = 0x7FC00000;
+  const auto bits = std::bit_cast<uint32_t>(value);
+  std::string text = "\"NaN";
+  if (bits != kUsualNaN) {
+    text += "(0x";
+    AppendHex(&text, bits);
+    text += ")";
+  }
+  return text + '"';
+}
+
+// Writes `TextBuffer::kNumberRoom` bytes at most.
+char* FloatTo(char* out, float value) {
+  if (!std::isfinite(value)) [[unlikely]] {
+    const std::string text = NotFinite(value);
+    return std::ranges::copy(text, out).out;
+  }
+  char* end = TextBuffer::FloatTo(out, value);
+  // Never looks like an integer: readers would take it for one, and lose the sign of -0.
+  const auto isDigit = [](char c) { return c == '-' || (c >= '0' && c <= '9'); };
+  if (std::all_of(out, end, isDigit)) {
+    *end++ = '.';
+    *end++ = '0';
+  }
+  return end;
+}
+
+// More than what stands in a line up to behind the index takes.
+constexpr size_t kLineStartRoom = 256;
+
 std::string_view View(std::span<const uint8_t> bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
 }  // namespace
+
+JsonLinesPrinter::JsonLinesPrinter(TextSink* sink, bool numeric)
+    : Printer(sink),
+      numeric_(numeric),
+      stream_{&out_},
+      writer_(&stream_),
+      calls_(TextsOf, numeric),
+      clientData_(TextsOf, numeric),
+      named_(TextOf) {}
 
 void JsonLinesPrinter::FileStart(const Data::FileHeader& header) {
   Begin("capture");
@@ -75,12 +166,12 @@ void JsonLinesPrinter::Block(const EventContext& context, const Data::BlockHeade
 
 void JsonLinesPrinter::Call(const EventContext& context, const Data::CallDesc& call,
                             std::span<const Data::CallValue> values) {
-  CallLine("call", context, call, values);
+  Line(&callStart_, context, &calls_, call, values);
 }
 
 void JsonLinesPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
                                   std::span<const Data::CallValue> values) {
-  CallLine("client-data", context, operation, values);
+  Line(&clientDataStart_, context, &clientData_, operation, values);
 }
 
 void JsonLinesPrinter::Metadata(const EventContext& context, const MetaRecord& record) {
@@ -123,26 +214,28 @@ void JsonLinesPrinter::Place(const EventContext& context) {
   Member("index", context.callIndex);
 }
 
-void JsonLinesPrinter::CallLine(std::string_view type, const EventContext& context,
-                                const Data::CallDesc& call,
-                                std::span<const Data::CallValue> values) {
-  Begin(type);
-  Place(context);
-  Member("api", ApiName(call.api));
-  Member("id", static_cast<uint64_t>(call.id));
-  Member("name", call.name);
-  writer_.Name("args");
-  writer_.StartObject();
-  for (size_t i = 0; i < call.parameterCount; ++i) {
-    writer_.Name(call.values[i].name);
-    Value(call.api, *call.values[i].type, values[i]);
-  }
-  writer_.EndObject();
-  if (call.hasResult) {
-    writer_.Name("result");
-    Value(call.api, *call.values[call.parameterCount].type, values[call.parameterCount]);
-  }
-  End();
+void JsonLinesPrinter::LineStart::Change(const EventContext& context) {
+  frame = context.frameOrdinal;
+  thread = context.threadId;
+  text = R"({"type":")";
+  text.append(type).append(R"(","frame":)").append(std::to_string(frame));
+  if (context.hasThread) text.append(R"(,"thread":)").append(std::to_string(thread));
+  text += R"(,"index":)";
+  size = text.size();
+  text.append(PaddedText::kPadding, '\0');
+}
+
+void JsonLinesPrinter::Line(LineStart* start, const EventContext& context, CallLines* lines,
+                            const Data::CallDesc& call, std::span<const Data::CallValue> values) {
+  const auto startTo = [&](char* out) {
+    out = start->Of(context).CopyTo(out);
+    return std::to_chars(out, out + TextBuffer::kNumberRoom, context.callIndex).ptr;
+  };
+  WriteLine(&out_, kLineStartRoom, startTo, lines->Of(call), call.api, values, &named_, FloatTo,
+            [&](const Data::TypeDesc& type, const Data::CallValue& value) {
+              writer_.Reset(stream_);  // a value by itself: what is around it is there already
+              Value(call.api, type, value);
+            });
 }
 
 // Values -----------------------------------------------------------------------------------------
@@ -151,7 +244,7 @@ void JsonLinesPrinter::Value(Data::Api api, const Data::TypeDesc& type,
                              const Data::CallValue& value) {
   switch (value.type) {
     case Data::ValueType::kInt32:
-      return Signed(api, type, value.i32);
+      return Integer(api, type, value.i32);
     case Data::ValueType::kFloat:
       return Float(value.f32);
     case Data::ValueType::kUint64:
@@ -162,74 +255,23 @@ void JsonLinesPrinter::Value(Data::Api api, const Data::TypeDesc& type,
     case Data::ValueType::kBytes:
       return Bytes({value.bytes, value.bytes != nullptr ? value.byteCount : 0});
     default:
-      return Unsigned(api, type, value.u32);
+      return Integer(api, type, value.u32);
   }
 }
 
-void JsonLinesPrinter::Signed(Data::Api api, const Data::TypeDesc& type, int32_t value) {
-  if (type.format == Data::ValueFormat::kNumber || value < 0) {
-    writer_.Decimal(value);
-  } else {
-    Unsigned(api, type, static_cast<uint32_t>(value));
+// A 32-bit integer of either sign, by its name if it has one.
+template <typename Integer32>
+void JsonLinesPrinter::Integer(Data::Api api, const Data::TypeDesc& type, Integer32 value) {
+  if (numeric_ || !HasNames(type)) {
+    return writer_.Decimal(value);
   }
-}
-
-void JsonLinesPrinter::Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
-  if (!numeric_) {
-    switch (type.format) {
-      case Data::ValueFormat::kEnum:
-        if (const char* name = EnumName(api, type, value)) {
-          return writer_.Name(name);
-        }
-        break;
-      case Data::ValueFormat::kBoolean:
-        if (value <= 1) {
-          writer_.Bool(value == 1);
-          return;
-        }
-        break;
-      case Data::ValueFormat::kBits:
-        return Bits(type, value);
-      default:
-        break;
-    }
-  }
-  writer_.Decimal(value);
-}
-
-void JsonLinesPrinter::Bits(const Data::TypeDesc& type, uint32_t value) {
-  scratch_.clear();
-  const uint32_t rest = ForEachBitName(type, value, [this](const char* name) {
-    scratch_ += scratch_.empty() ? "" : "|";
-    scratch_ += name;
-  });
-  if (scratch_.empty()) {
-    writer_.Decimal(value);
-    return;
-  }
-  if (rest != 0) {
-    scratch_ += "|0x";
-    AppendHex(&scratch_, rest);
-  }
-  writer_.Name(scratch_);
+  const PaddedText name = named_.Of(api, type, static_cast<uint32_t>(value));
+  writer_.Raw({name.text, name.size});
 }
 
 void JsonLinesPrinter::Float(float value) {
-  if (std::isfinite(value)) [[likely]] {
-    writer_.Float(value);
-  } else if (std::isinf(value)) {
-    writer_.Name(value > 0 ? "Infinity" : "-Infinity");
-  } else {
-    constexpr uint32_t kUsualNaN = 0x7FC00000;
-    const auto bits = std::bit_cast<uint32_t>(value);
-    scratch_ = "NaN";
-    if (bits != kUsualNaN) {
-      scratch_ += "(0x";
-      AppendHex(&scratch_, bits);
-      scratch_ += ")";
-    }
-    writer_.Name(scratch_);
-  }
+  char text[TextBuffer::kNumberRoom];
+  writer_.Raw({text, static_cast<size_t>(FloatTo(text, value) - text)});
 }
 
 void JsonLinesPrinter::Pointer(Data::Api api, const Data::TypeDesc& type,
@@ -288,13 +330,13 @@ void JsonLinesPrinter::Element(Data::Api api, const Data::TypeDesc& type, const 
     case Data::ValueType::kFloat:
       return Float(Load<float>(element));
     case Data::ValueType::kInt32:
-      return Signed(api, type, Load<int32_t>(element));
+      return Integer(api, type, Load<int32_t>(element));
     case Data::ValueType::kUint32:
-      return Unsigned(api, type, Load<uint32_t>(element));
+      return Integer(api, type, Load<uint32_t>(element));
     case Data::ValueType::kInt64: {
       const auto value = Load<int64_t>(element);
       if (MayBeEnum(type, value)) {
-        return Unsigned(api, type, static_cast<uint32_t>(value));
+        return Integer(api, type, static_cast<uint32_t>(value));
       }
       writer_.Decimal(value);
       return;

@@ -2,20 +2,18 @@
 #ifndef DCAP_JSONLINESPRINTER_H
 #define DCAP_JSONLINESPRINTER_H
 
-#include <algorithm>
-#include <charconv>
 #include <string>
 
 #include <rapidjson/writer.h>
 
+#include "CallLines.h"
 #include "JsonStream.h"
 #include "Printer.h"
 
 class JsonLinesPrinter final : public Printer {
  public:
   /// Values that have names are written as numbers when `numeric`.
-  JsonLinesPrinter(TextSink* sink, bool numeric)
-      : Printer(sink), numeric_(numeric), stream_{&out_}, writer_(&stream_) {}
+  JsonLinesPrinter(TextSink* sink, bool numeric);
 
   void FileStart(const Data::FileHeader& header) override;
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
@@ -42,18 +40,28 @@ class JsonLinesPrinter final : public Printer {
       Prefix(rapidjson::kNumberType);
       os_->out->Number(value);
     }
-    // Never looks like an integer: readers would take it for one, and lose the sign of -0.
-    void Float(float value) {
-      char text[32];
-      char* end = std::to_chars(text, text + 24, value).ptr;
-      const auto isDigit = [](char c) { return c == '-' || (c >= '0' && c <= '9'); };
-      if (std::all_of(text, end, isDigit)) {
-        *end++ = '.';
-        *end++ = '0';
-      }
+    // A value as it stands in the text.
+    void Raw(std::string_view text) {
       Prefix(rapidjson::kNumberType);
-      os_->out->Text({text, static_cast<size_t>(end - text)});
+      os_->out->Text(text);
     }
+  };
+
+  // What the lines of calls begin with, up to the index within the frame.
+  struct LineStart {
+    PaddedText Of(const EventContext& context) {
+      if (frame != context.frameOrdinal || thread != context.threadId) [[unlikely]] {
+        Change(context);
+      }
+      return {text.data(), size};
+    }
+    void Change(const EventContext& context);
+
+    std::string_view type;
+    uint64_t frame = UINT64_MAX;
+    uint32_t thread = 0;
+    std::string text = {};  // and padding
+    size_t size = 0;
   };
 
   void Begin(std::string_view type);
@@ -62,12 +70,11 @@ class JsonLinesPrinter final : public Printer {
   void Member(std::string_view name, std::string_view text);
 
   void Place(const EventContext& context);
-  void CallLine(std::string_view type, const EventContext& context, const Data::CallDesc& call,
-                std::span<const Data::CallValue> values);
+  void Line(LineStart* start, const EventContext& context, CallLines* lines,
+            const Data::CallDesc& call, std::span<const Data::CallValue> values);
   void Value(Data::Api api, const Data::TypeDesc& type, const Data::CallValue& value);
-  void Signed(Data::Api api, const Data::TypeDesc& type, int32_t value);
-  void Unsigned(Data::Api api, const Data::TypeDesc& type, uint32_t value);
-  void Bits(const Data::TypeDesc& type, uint32_t value);
+  template <typename Integer32>
+  void Integer(Data::Api api, const Data::TypeDesc& type, Integer32 value);
   void Float(float value);
   void Pointer(Data::Api api, const Data::TypeDesc& type, const Data::PointerData& pointer);
   void Address(uint64_t address);
@@ -85,6 +92,11 @@ class JsonLinesPrinter final : public Printer {
   JsonStream stream_;
   Writer writer_;
   std::string scratch_;
+  LineStart callStart_{"call"};
+  LineStart clientDataStart_{"client-data"};
+  CallLines calls_;
+  CallLines clientData_;  // its operations share identifiers with calls
+  NamedValues named_;
 };
 
 #endif  // DCAP_JSONLINESPRINTER_H

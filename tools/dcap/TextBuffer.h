@@ -24,11 +24,11 @@ struct PaddedText {
   size_t size;
 
   /// Copies the text to `out`, where `kPadding` bytes more than its size fit, and returns its end.
-  /// A move of a fixed size is quicker than one that has to find out how.
+  /// Moves of a fixed size are quicker than one that has to find out how.
   char* CopyTo(char* out) const {
     std::memcpy(out, text, kPadding);
-    if (size > kPadding) [[unlikely]] {
-      std::memcpy(out + kPadding, text + kPadding, size - kPadding);
+    for (size_t done = kPadding; done < size; done += kPadding) {
+      std::memcpy(out + done, text + done, kPadding);
     }
     return out + size;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <iterator>
 
 #include "Checksum.h"
 
@@ -29,13 +30,83 @@ constexpr std::string_view kDim = "\033[2m";
 constexpr std::string_view kBold = "\033[1m";
 constexpr std::string_view kPlain = "\033[0m";
 
+template <typename Integer>
+std::string Digits(Integer value, int base = 10) {
+  char digits[32];
+  return {digits, std::to_chars(digits, std::end(digits), value, base).ptr};
+}
+
+// Four hexadecimal digits at least, as in the headers of Khronos.
+std::string HexOf(uint32_t value) {
+  std::string digits = Digits(value, 16);
+  if (digits.size() < 4) digits.insert(0, 4 - digits.size(), '0');
+  return "0x" + digits;
+}
+
+std::string BitsOf(const Data::TypeDesc& type, uint32_t value) {
+  std::string text;
+  const auto add = [&text](std::string_view name) {
+    if (!text.empty()) text += '|';
+    text += name;
+  };
+  const uint32_t rest = ForEachBitName(type, value, add);
+  if (rest != 0) add("0x" + Digits(rest, 16));
+  return text.empty() ? "0" : text;
+}
+
+std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
+  const auto asSigned = static_cast<int32_t>(value);
+  if (type.element == Data::ValueType::kInt32 && asSigned < 0) return Digits(asSigned);
+  switch (type.format) {
+    case Data::ValueFormat::kBoolean: {
+      const std::string_view prefix = api == Data::Api::kEGL ? "EGL_" : "GL_";
+      if (value > 1) return Digits(value);
+      return std::string(prefix) + (value == 1 ? "TRUE" : "FALSE");
+    }
+    case Data::ValueFormat::kBits:
+      return BitsOf(type, value);
+    case Data::ValueFormat::kEnum:
+      if (const char* name = EnumName(api, type, value)) return name;
+      break;
+    case Data::ValueFormat::kHex:
+      break;
+    default:
+      return Digits(value);
+  }
+  return IsPlainNumber(type, value) ? Digits(value) : HexOf(value);
+}
+
+// What stands between the values: "glBindBuffer(target=", ", buffer=", ")\n".
+std::vector<std::string> TextsOf(const Data::CallDesc& call, bool coloured) {
+  std::vector<std::string> texts(1);
+  texts[0].append(coloured ? kBold : "").append(call.name).append(coloured ? kPlain : "") += '(';
+  for (size_t i = 0; i < call.parameterCount; ++i) {
+    if (i != 0) texts.emplace_back(", ");
+    (texts.back() += call.values[i].name) += '=';
+  }
+  if (call.parameterCount != 0) texts.emplace_back();
+  texts.back() += ')';
+  if (call.hasResult) {
+    texts.back() += " = ";
+    texts.emplace_back();
+  }
+  texts.back() += '\n';
+  return texts;
+}
+
+CallLines LinesOfCalls(bool numeric, bool coloured) {
+  return {[coloured](const Data::CallDesc& call) { return TextsOf(call, coloured); }, numeric};
+}
+
 }  // namespace
 
 TextPrinter::TextPrinter(TextSink* sink, bool numeric, bool coloured)
     : Printer(sink),
       numeric_(numeric),
       coloured_(coloured),
-      style_{numeric, coloured ? kBold : "", coloured ? kPlain : ""} {}
+      calls_(LinesOfCalls(numeric, coloured)),
+      clientData_(LinesOfCalls(numeric, coloured)),
+      named_(TextOf) {}
 
 void TextPrinter::FileStart(const Data::FileHeader& header) {
   Style(kDim);
@@ -99,49 +170,12 @@ inline PaddedText TextPrinter::LineStart(const EventContext& context) {
 
 void TextPrinter::Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
-  using Form = CallLine::Form;
-  const CallLine& line = lines.Of(call, style_);
-  const PaddedText start = LineStart(context);
-  // Most lines are written from end to end without a look at the buffer, which costs as much as
-  // a short value.
-  char* out = start.CopyTo(out_.Room(kLineStartRoom + line.Room()));
-  const auto number = [&out](auto value) {
-    out = std::to_chars(out, out + TextBuffer::kNumberRoom, value).ptr;
-  };
-  const CallLine::Part* part = line.Parts();
-  for (const Data::CallValue& value : values) {
-    out = part->before.CopyTo(out);
-    Form form = part->form;
-    PaddedText name{};
-    if (form == Form::kNamed) {
-      name = named_.Of(call.api, *part->type, value.u32);
-      if (name.size > PaddedText::kPadding) form = Form::kOther;
-    }
-    switch (form) {
-      case Form::kUnsigned:
-        number(value.u32);
-        break;
-      case Form::kSigned:
-        number(value.i32);
-        break;
-      case Form::kFloat:
-        out = TextBuffer::FloatTo(out, value.f32);
-        break;
-      case Form::kUint64:
-        number(value.u64);
-        break;
-      case Form::kNamed:
-        out = name.CopyTo(out);
-        break;
-      case Form::kOther:
-        out_.Commit(out);
-        Value(call.api, *part->type, value);
-        out = out_.Room(line.Room());
-        break;
-    }
-    ++part;
-  }
-  out_.Commit(part->before.CopyTo(out));
+  WriteLine(
+      &out_, kLineStartRoom, [&](char* out) { return LineStart(context).CopyTo(out); },
+      lines.Of(call), call.api, values, &named_, TextBuffer::FloatTo,
+      [&](const Data::TypeDesc& type, const Data::CallValue& value) {
+        Value(call.api, type, value);
+      });
 }
 
 void TextPrinter::Metadata(const EventContext& context, const MetaRecord& record) {

@@ -43,7 +43,6 @@ class TextPrinter final : public Printer {
 
   const bool numeric_;
   const bool coloured_;
-  const NameStyle style_;
   CallLines calls_;
   CallLines clientData_;  // its operations share identifiers with calls
   NamedValues named_;
