@@ -1,4 +1,5 @@
 """Several threads: whatever the file, they give what one gives, and end when one ends."""
+import os
 import random
 import struct
 import subprocess
@@ -71,6 +72,17 @@ class Jobs(unittest.TestCase):
             tool.stdout.close()
             self.assertEqual(tool.wait(timeout=120), 0)
             self.assertEqual(tool.stderr.read(), b"")
+
+    def test_a_file_that_shrinks_while_it_is_read_is_damaged(self):
+        for jobs in ("1", "3"):
+            self.write(200, *[(0x9003, struct.pack("<II", 0x8892, i)) for i in range(3000)])
+            with subprocess.Popen([TOOL, "dump", "--jobs", jobs, self.file], stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE) as tool:
+                tool.stdout.read(1000)
+                os.truncate(self.file, self.file.stat().st_size // 2)
+                self.assertTrue(tool.stdout.read().endswith(b"\n"))
+                self.assertEqual(tool.wait(timeout=120), 1)
+                self.assertRegex(tool.stderr.read().decode(), "frame 1[0-9][0-9] .*: Could not read")
 
     def test_pipes_are_read_by_one(self):
         with SAMPLE.open("rb") as file, subprocess.Popen(["cat"], stdin=file,

@@ -15,8 +15,8 @@
 
 namespace {
 
-// The listing of a range, as JSON Lines, has some megabytes then.
-constexpr uint64_t kRangeSize = uint64_t{128} << 10;
+// The listing of a range has a megabyte then, and `Core::StdioReader` fetches 340 KiB at the most.
+constexpr uint64_t kRangeSize = uint64_t{300} << 10;
 
 struct Options {
   std::string file;
@@ -26,12 +26,13 @@ struct Options {
   unsigned jobs = 0;
 };
 
-// Prints a range of the capture; its text takes its turn.
+// Prints ranges of the capture; their text takes its turn.
 class RangePrinter : public RangeHandler, private TextSink {
  public:
-  RangePrinter(const PrinterOptions& options, InOrder::Turn* turn, TextSink* output)
-      : turn_(turn), output_(output), printer_(MakePrinter(options, this)) {}
+  RangePrinter(const PrinterOptions& options, TextSink* output)
+      : output_(output), printer_(MakePrinter(options, this)) {}
 
+  void Begin(InOrder::Turn* turn) override { turn_ = turn; }
   EventHandler* Events() override { return printer_.get(); }
   void Finish() override { printer_->Flush(); }
 
@@ -40,7 +41,7 @@ class RangePrinter : public RangeHandler, private TextSink {
     turn_->Do(text.size(), [output = output_, text = std::string(text)] { output->Write(text); });
   }
 
-  InOrder::Turn* turn_;
+  InOrder::Turn* turn_ = nullptr;
   TextSink* output_;
   std::unique_ptr<Printer> printer_;
 };
@@ -52,9 +53,7 @@ int Dump(const Options& options) {
     std::unique_ptr<BlobWriter> blobWriter;
     EventHandler* handler = printer.get();
     ParallelWalk parallel{options.jobs, kRangeSize, [&] { printer->Flush(); },
-                          [&](InOrder::Turn* turn) {
-                            return std::make_unique<RangePrinter>(options.printer, turn, &output);
-                          }};
+                          [&] { return std::make_unique<RangePrinter>(options.printer, &output); }};
     if (!options.blobs.empty()) {
       blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);
       handler = blobWriter.get();

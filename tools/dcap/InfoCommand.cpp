@@ -151,26 +151,40 @@ void Add(const Findings& range, Findings* sum) {
   }
 }
 
+// Scans ranges; what it finds takes its turn.
+class Scanner : public RangeWorker {
+ public:
+  Scanner(std::shared_ptr<Core::DataReader> reader, Findings* findings)
+      : reader_(std::move(reader)), findings_(findings) {}
+
+  bool WorkOn(const BlockRange& range, InOrder::Turn* turn) override {
+    const auto found = std::make_shared<Findings>();
+    found->scan.emplace();
+    std::exception_ptr failure;
+    try {
+      Examine(reader_, range, nullptr, found.get());
+    } catch (const std::exception&) {
+      failure = std::current_exception();
+    }
+    turn->Do(sizeof(Findings), [found, sum = findings_] { Add(*found, sum); });
+    if (failure != nullptr) std::rethrow_exception(failure);
+    return true;
+  }
+
+ private:
+  std::shared_ptr<Core::DataReader> reader_;
+  Findings* findings_;
+};
+
 void Examine(const Capture& capture, unsigned jobs, Progress* progress, Findings* findings) {
   RangeWorkers workers(capture, findings->scan ? jobs : 1);
   if (workers.Threads() == 1) {
     const auto& reader = findings->scan ? capture.Reader() : capture.Headers();
     return Examine(reader, BlockRange::All(), progress, findings);
   }
-  const RangeWorkers::Work work = [findings](const BlockRange& range, const auto& reader,
-                                             InOrder::Turn* turn) {
-    const auto found = std::make_shared<Findings>();
-    found->scan.emplace();
-    std::exception_ptr failure;
-    try {
-      Examine(reader, range, nullptr, found.get());
-    } catch (const std::exception&) {
-      failure = std::current_exception();
-    }
-    turn->Do(sizeof(Findings), [found, findings] { Add(*found, findings); });
-    if (failure != nullptr) std::rethrow_exception(failure);
-  };
-  workers.Run(Ranges(), kRangeSize, progress, work);
+  workers.Run(Ranges(), kRangeSize, progress, [findings](auto reader) {
+    return std::make_unique<Scanner>(std::move(reader), findings);
+  });
 }
 
 struct Option {

@@ -44,78 +44,135 @@ bool HasLargePayload(const std::shared_ptr<Core::DataReader>& reader, const Bloc
 
 }  // namespace
 
+// One of the idle, for a while.
+class RangeWorkers::Loan {
+ public:
+  explicit Loan(RangeWorkers* owner) : owner_(owner) {
+    const std::lock_guard lock(owner_->mutex_);
+    own_ = std::move(owner_->idle_.back());
+    owner_->idle_.pop_back();
+  }
+  ~Loan() {
+    const std::lock_guard lock(owner_->mutex_);
+    owner_->idle_.push_back(std::move(own_));
+  }
+  Loan(const Loan&) = delete;
+  Loan& operator=(const Loan&) = delete;
+  Idle* operator->() { return &own_; }
+
+ private:
+  RangeWorkers* owner_;
+  Idle own_;
+};
+
 RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
-    : capture_(capture), threads_(std::min(jobs, kMaxJobs)) {
+    : capture_(capture), threads_(std::clamp(jobs, 1u, kMaxJobs)) {
   const uint64_t size = capture.Reader()->Size();
   if (jobs == 0 && size >= kSmallCapture) {
     threads_ = std::clamp(std::thread::hardware_concurrency(), 1u, kMaxJobs);
   }
-  if (threads_ > 1) idleReaders_.push_back(capture.OpenAgain());
-  if (threads_ <= 1 || idleReaders_.back() == nullptr) threads_ = 1;
+  // All at once, as the file may be gone later.
+  while (threads_ > 1 && idle_.size() < threads_) {
+    idle_.push_back({capture.OpenAgain(), nullptr});
+    if (idle_.back().reader == nullptr) threads_ = 1;
+  }
 }
 
-void RangeWorkers::Run(const Ranges& frames, uint64_t size, Progress* progress, const Work& work) {
+void RangeWorkers::Run(const Ranges& frames, uint64_t size, Progress* progress,
+                       const MakeWorker& makeWorker) {
   // Memory that goes from thread to thread is kept for the next range, but no more than that.
   mallopt(M_MMAP_THRESHOLD, 1 << 20);
   mallopt(M_TRIM_THRESHOLD, 2 << 20);
   const uint64_t perThread = capture_.Reader()->Size() / kRangesPerThread / threads_;
   BlockRanges ranges(capture_.Headers(), frames, std::min(size, perThread));
-  const auto takeReader = [this] {
-    const std::lock_guard lock(mutex_);
-    if (idleReaders_.empty()) return capture_.OpenAgain();
-    std::shared_ptr<Core::DataReader> reader = std::move(idleReaders_.back());
-    idleReaders_.pop_back();
-    return reader;
-  };
   InOrder::Run(threads_, [&]() -> InOrder::Work {
     BlockRange range;
     if (!ranges.Next(&range)) return nullptr;
     return [&, range](InOrder::Turn* turn) {
-      std::shared_ptr<Core::DataReader> reader = takeReader();
-      work(range, reader, turn);
+      Loan loan(this);
+      std::unique_ptr<RangeWorker> worker = std::move(loan->worker);
+      if (worker == nullptr) worker = makeWorker(loan->reader);
+      const bool isReusable = worker->WorkOn(range, turn);
+      if (isReusable) loan->worker = std::move(worker);
       if (range.end != BlockRange::kToTheEnd) {
         turn->Do(0, [progress, end = range.end] { progress->Show(end); });
       }
-      const std::lock_guard lock(mutex_);
-      idleReaders_.push_back(std::move(reader));
     };
   });
 }
 
-void WalkRanges(RangeWorkers* workers, const Selection& selection, const ParallelWalk& walk,
-                Progress* progress, std::optional<Place>* failedAt) {
-  const uint64_t largePayload = kSharedPayloads / workers->Threads();
-  const bool compressed = (workers->Header().optionMask & Data::kOptionCompressionMask) != 0;
-  const RangeWorkers::Work work = [&](const BlockRange& range, const auto& reader,
-                                      InOrder::Turn* turn) {
-    // One thread at a time holds large payloads, or memory would grow with the number of threads.
-    if ((compressed || range.largestBlock > largePayload) &&
-        HasLargePayload(reader, range, largePayload)) {
-      turn->Await();
-    }
-    const std::unique_ptr<RangeHandler> handler = walk.makeHandler(turn);
-    EventConsumer consumer(handler->Events(), &selection);
-    Data::DCAPFileProcessor processor;
+namespace {
+
+// Hands what is selected to a handler.
+class Walker : public RangeWorker {
+ public:
+  Walker(const Selection& selection, uint64_t largePayload, bool compressed,
+         std::unique_ptr<RangeHandler> handler, std::shared_ptr<Core::DataReader> reader,
+         std::optional<Place>* failedAt)
+      : largePayload_(largePayload),
+        compressed_(compressed),
+        handler_(std::move(handler)),
+        reader_(std::move(reader)),
+        consumer_(handler_->Events(), &selection),
+        failedAt_(failedAt) {}
+
+  bool WorkOn(const BlockRange& range, InOrder::Turn* turn) override {
+    handler_->Begin(turn);
     ThreadLog log(turn);
+    bool isReusable = true;
     std::exception_ptr failure;
     try {
-      reader->Seek(SEEK_SET, 0);
-      log.muted = true;  // the start of the file has been told
-      consumer.ContinueAfter(range.framesBefore, range.numberBefore);
-      processor.Initialize(&consumer, reader, 0);
-      log.muted = false;
-      if (!WalkRange(&processor, &consumer, range, nullptr)) turn->IsLast();
+      Begin(range, &log);
+      // One thread at a time holds large payloads, or memory would grow with the number of threads.
+      if ((compressed_ || range.largestBlock > largePayload_) &&
+          HasLargePayload(reader_, range, largePayload_)) {
+        turn->Await();
+        isReusable = false;
+      }
+      if (!WalkRange(&processor_, &consumer_, range, nullptr)) {
+        turn->IsLast();
+        isReusable = false;
+      }
     } catch (const std::exception&) {
       failure = std::current_exception();
     }
-    handler->Finish();
-    if (failure != nullptr) {
-      turn->Do(0, [failedAt, place = PlaceOf(processor, consumer)] { *failedAt = place; });
-      std::rethrow_exception(failure);
-    }
-  };
+    handler_->Finish();
+    if (failure == nullptr) return isReusable;
+    turn->Do(0, [to = failedAt_, place = PlaceOf(processor_, consumer_)] { *to = place; });
+    std::rethrow_exception(failure);
+  }
+
+ private:
+  void Begin(const BlockRange& range, ThreadLog* log) {
+    consumer_.ContinueAfter(range.framesBefore, range.numberBefore);
+    // Each time, so that the reader begins with short fetches, not to read far into the next range.
+    reader_->Seek(SEEK_SET, 0);
+    log->muted = true;  // the start of the file has been told
+    processor_.Initialize(&consumer_, reader_, 0);
+    log->muted = false;
+  }
+
+  uint64_t largePayload_;
+  bool compressed_;
+  std::unique_ptr<RangeHandler> handler_;
+  std::shared_ptr<Core::DataReader> reader_;
+  EventConsumer consumer_;
+  Data::DCAPFileProcessor processor_;
+  std::optional<Place>* failedAt_;
+};
+
+}  // namespace
+
+void WalkRanges(RangeWorkers* workers, const Selection& selection, const ParallelWalk& walk,
+                Progress* progress, std::optional<Place>* failedAt) {
+  // Compressed payloads may be larger than their blocks.
+  const bool compressed = (workers->Header().optionMask & Data::kOptionCompressionMask) != 0;
+  const uint64_t largePayload = kSharedPayloads / workers->Threads();
   walk.start();
-  workers->Run(selection.frames, walk.rangeSize, progress, work);
+  workers->Run(selection.frames, walk.rangeSize, progress, [&](auto reader) {
+    return std::make_unique<Walker>(selection, largePayload, compressed, walk.makeHandler(),
+                                    std::move(reader), failedAt);
+  });
 }
 
 void AddJobsOption(CLI::App* command, unsigned* jobs) {

@@ -14,11 +14,13 @@
 #include "InOrder.h"
 #include "Progress.h"
 
-/// Handles the events of one range of a capture, on the thread that walks the range. What is to be
-/// done with its results goes through `InOrder::Turn::Do`.
+/// Handles the events of some ranges of a capture, on the thread that walks the range at hand. What
+/// is to be done with the results goes through `InOrder::Turn::Do`.
 class RangeHandler {
  public:
   virtual ~RangeHandler() = default;
+  /// Before the first event of a range.
+  virtual void Begin(InOrder::Turn* turn) = 0;
   virtual EventHandler* Events() = 0;
   /// After the last event, be it that of the range or the last before the damage.
   virtual void Finish() = 0;
@@ -32,16 +34,23 @@ struct ParallelWalk {
   /// Called after `FileStart`, before anything else is handled.
   std::function<void()> start;
   /// Called on any thread, even on several at once.
-  std::function<std::unique_ptr<RangeHandler>(InOrder::Turn* turn)> makeHandler;
+  std::function<std::unique_ptr<RangeHandler>()> makeHandler;
+};
+
+/// Works on one range after the other, not always on the same thread.
+class RangeWorker {
+ public:
+  virtual ~RangeWorker() = default;
+  /// False when it can work on no other. One that throws is not asked again either.
+  virtual bool WorkOn(const BlockRange& range, InOrder::Turn* turn) = 0;
 };
 
 /// Works on the ranges of a capture.
 class RangeWorkers {
  public:
-  /// Reads the capture on one of the threads, at any place.
-  using Work =
-      std::function<void(const BlockRange& range, const std::shared_ptr<Core::DataReader>& reader,
-                         InOrder::Turn* turn)>;
+  /// Called on any thread, even on several at once. The reader is the worker's own.
+  using MakeWorker =
+      std::function<std::unique_ptr<RangeWorker>(std::shared_ptr<Core::DataReader> reader)>;
 
   /// `jobs` is 0 for a thread for each core, and a single one for a capture of less than a
   /// megabyte. Borrows `capture`.
@@ -51,15 +60,22 @@ class RangeWorkers {
   [[nodiscard]] unsigned Threads() const { return threads_; }
   [[nodiscard]] const Data::FileHeader& Header() const { return capture_.Recovery().header; }
 
-  /// Has `work` done on all ranges that are selected, of about `size` bytes, or less in a small
+  /// Has workers work on all ranges that are selected, of about `size` bytes, or less in a small
   /// capture. Throws as `InOrder::Run`.
-  void Run(const Ranges& frames, uint64_t size, Progress* progress, const Work& work);
+  void Run(const Ranges& frames, uint64_t size, Progress* progress, const MakeWorker& makeWorker);
 
  private:
+  struct Idle {
+    std::shared_ptr<Core::DataReader> reader;
+    std::unique_ptr<RangeWorker> worker;  // null when there is none yet that uses the reader
+  };
+
+  class Loan;
+
   const Capture& capture_;
   unsigned threads_;
   std::mutex mutex_;
-  std::vector<std::shared_ptr<Core::DataReader>> idleReaders_;
+  std::vector<Idle> idle_;  // one for each thread that has nothing to do
 };
 
 /// What `WalkCapture` does after the start of the file, on several threads. Throws what ends the
