@@ -2,6 +2,7 @@
 import hashlib
 import json
 import os
+import resource
 import struct
 import subprocess
 import sys
@@ -12,6 +13,9 @@ SOURCE = Path(os.environ.get("DCAPKIT_SOURCE_DIR", Path(__file__).resolve().pare
 TOOL = os.environ.get("DCAP_TOOL", str(SOURCE / "build/bin/dcap"))
 CAPTURES = Path(os.environ.get("DCAPKIT_CAPTURES_DIR", SOURCE.parent / "shared/captures"))
 SAMPLE = SOURCE / "examples/sample.dcap"
+
+# Programs that count the lines they run through read and write files of their own as they end.
+COUNTS_LINES = os.environ.get("DCAPKIT_TEST_KIND") == "coverage"
 
 
 def captures(finished=True):
@@ -36,6 +40,15 @@ def run(*arguments, status=0, **options):
 def dcap(*arguments, **options):
     """The standard output of the tool."""
     return run(*arguments, **options).stdout
+
+
+def run_with_full_disk(*arguments, limit):
+    """What the tool says, and fails with, when no file can grow beyond `limit` bytes."""
+    if COUNTS_LINES:
+        raise unittest.SkipTest("the counts would be lost")
+    return run(*arguments, status=1, restore_signals=False,  # Python ignores SIGXFSZ
+               preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
+               ).stderr.decode()
 
 
 def write_capture(path, *calls):

@@ -1,12 +1,11 @@
 """Captures that a recorder left unfinished, or that lost their end."""
 import os
 import random
-import resource
 import tempfile
 import unittest
 from pathlib import Path
 
-from harness import CAPTURES, SAMPLE, dcap, main, run, sha256, summary
+from harness import CAPTURES, SAMPLE, dcap, main, run, run_with_full_disk, sha256, summary
 
 
 class Unfinished(unittest.TestCase):
@@ -92,8 +91,9 @@ class Unfinished(unittest.TestCase):
         whole = self.unfinished()
         before = self.file.read_bytes()
         copy = self.file.with_name("copy.dcap")
-        self.run_with_full_disk("finalize", self.file, "-o", copy, limit=len(whole) - 1,
-                                message=f"dcap: Cannot write {copy}: File too large\n")
+        self.assertEqual(
+            run_with_full_disk("finalize", self.file, "-o", copy, limit=len(whole) - 1),
+            f"dcap: Cannot write {copy}: File too large\n")
         self.assertEqual(os.listdir(self.file.parent), [self.file.name])
         dcap("finalize", self.file, "-o", copy)
         self.assertEqual(copy.read_bytes(), whole)
@@ -104,9 +104,9 @@ class Unfinished(unittest.TestCase):
 
     def test_the_next_run_finishes_what_a_full_disk_stopped(self):
         whole = self.unfinished()
-        self.run_with_full_disk(
-            "finalize", self.file, limit=len(whole) - 8,
-            message=f"dcap: {self.file}: Cannot finalize capture file. "
+        self.assertEqual(
+            run_with_full_disk("finalize", self.file, limit=len(whole) - 8),
+            f"dcap: {self.file}: Cannot finalize capture file. "
             "The final frame trailer could not be written to file.\n")
         dcap("finalize", self.file)
         self.assertEqual(self.file.read_bytes(), whole)
@@ -128,12 +128,6 @@ class Unfinished(unittest.TestCase):
         self.file.chmod(0)
         self.assertIn(b"Cannot read capture file. The data reader is invalid. (Permission denied)",
                       run("finalize", self.file, status=1).stderr)
-
-    def run_with_full_disk(self, *arguments, limit, message):
-        """Runs the tool so that no file can grow beyond `limit` bytes."""
-        failed = run(*arguments, status=1, restore_signals=False,  # Python ignores SIGXFSZ
-                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
-        self.assertEqual(failed.stderr.decode(), message)
 
 
 if __name__ == "__main__":
