@@ -135,6 +135,12 @@ TEST_F(CallDecodingTest, EveryCallHandsOnItsValuesInPayloadOrder) {
 }
 
 TEST_F(CallDecodingTest, EveryPrefixOfAPayloadIsSurvived) {
+  EGLAdapter deafEGL;  // these override nothing
+  egl_.AddAdapter(&deafEGL);
+  GLAdapter deafGL;
+  gl_.AddAdapter(&deafGL);
+  GenericAdapter deaf;
+  gl_.AddAdapter(deaf.AsGLAdapter());
   for (const CallDesc& call : EveryCall()) {
     Bytes payload;
     for (const ParameterDesc& value : call.Values()) {
@@ -223,6 +229,9 @@ TEST_F(CallDecodingTest, AdaptersHearEveryCallInTheOrderTheyWereAdded) {
   gl_.SetCurrentThreadId(5);
   gl_.SetCurrentThreadId(5);
   EXPECT_THAT(second.events, testing::ElementsAre("glFinish", "glFinish", "GL thread 5"));
+  egl_.RemoveAdapter(recorder_.AsEGLAdapter());
+  recorder_.events.clear();
+  EXPECT_TRUE(Decode(ApiCallType::eglGetError, Bytes()).empty());
 }
 
 // The slot of a virtual operation, as the C++ ABI of this platform encodes it.

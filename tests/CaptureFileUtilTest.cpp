@@ -124,6 +124,8 @@ TEST_F(CaptureFileUtilTest, AnUnfinishedCaptureBecomesTheFinishedOne) {
     const std::vector<uint8_t> finished = recorded.Finish();
     recorded.Unfinished().WriteTo(path);
     EXPECT_FALSE(CaptureFileUtil::IsFileFinalized(path, 0));
+    const uint64_t size = CaptureFileUtil::GetFileSize(path);
+    EXPECT_EQ(CaptureFileUtil::IsFinalFrameTrailerNeeded(path, size), options == 0);
     CaptureFileUtil::EnsureFinalization(path);
     EXPECT_EQ(FileBytes(), finished);
     EXPECT_TRUE(CaptureFileUtil::IsFileFinalized(path, 0));
@@ -208,9 +210,11 @@ TEST_F(CaptureFileUtilTest, AFrameSizeThatCannotBeIsRefusedBeforeAnythingIsWritt
 
 TEST_F(CaptureFileUtilTest, WritersThatAreNotUsableAreRefused) {
   const std::string text = "Cannot finalize capture file. The data writer is invalid.";
+  const std::shared_ptr<Core::DataWriter> none;
   const auto closed = std::make_shared<RecordingWriter>();
   closed->valid = false;
   EXPECT_EQ(Failure([&] { CaptureFileUtil::FinalizeFile(closed, 1, 0, 0, false); }), text);
+  EXPECT_EQ(Failure([&] { CaptureFileUtil::FinalizeFile(none, 1, 0, 0, false); }), text);
   EXPECT_EQ(Failure([&] { CaptureFileUtil::FinalizeFile(path, 1, 0, 0, false); }), text);
   EXPECT_FALSE(std::filesystem::exists(path));
 }
@@ -270,8 +274,12 @@ TEST_F(CaptureFileUtilTest, FilesThatAreNoCapturesAreRefusedByEveryQuestion) {
                        Failure([&] { CaptureFileUtil::IsFinalFrameTrailerNeeded(rewound(), 0); }),
                        Failure([&] { CaptureFileUtil::GenerateFrameIndex(rewound(), &index); })};
   };
-  EXPECT_THAT(failures(nullptr),
-              testing::Each("Cannot read capture file. The data reader is invalid."));
+  const auto closed = Reader();
+  closed->Close();
+  for (const auto& unusable : {std::shared_ptr<CountingReader>(), closed}) {
+    EXPECT_THAT(failures(unusable),
+                testing::Each("Cannot read capture file. The data reader is invalid."));
+  }
   capture.SetByte(3, 'p');
   EXPECT_THAT(failures(Reader()), testing::Each("The specified file is not a valid capture file. "
                                                 "FourCC does not match DCAP."));

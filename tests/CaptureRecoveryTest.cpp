@@ -282,6 +282,9 @@ TEST(CaptureRecoveryTest, WhatIsNoCaptureIsRefused) {
   EXPECT_THROW(Examine({}), Core::BasicException);
   EXPECT_THROW(Examine(Bytes(100, 'D')), Core::BasicException);
   EXPECT_THROW(CaptureRecovery::Examine(nullptr, 100), Core::BasicException);
+  Core::MemoryReader shrunk{std::span(whole)};
+  EXPECT_THROW(CaptureRecovery::Examine(&shrunk, whole.size() + 20), Core::BasicException);
+  EXPECT_THROW(Examine(whole).Finish(nullptr), Core::BasicException);
 }
 
 TEST(CaptureRecoveryTest, TellsWhatIsLeftOut) {
@@ -333,6 +336,17 @@ TEST(CaptureRecoveryTest, APayloadMayEndLikeATrailer) {
   }
 }
 
+TEST(CaptureRecoveryTest, TheSizeOfTheLastBlockNeedNotCountItsTrailer) {
+  CaptureBuilder capture;
+  const size_t last = capture.FrameBlock(1).Call(1, "a").EndBlock().Size();
+  const Bytes whole = capture.FrameBlock(2).Call(2, "b").Finish();
+  Bytes recorded = whole;
+  recorded.at(last + 2) -= 8;
+  for (size_t missing = 0; missing <= 8; ++missing, recorded.pop_back()) {
+    EXPECT_EQ(Finish(recorded), whole) << missing;
+  }
+}
+
 TEST(CaptureRecoveryTest, AFileAsLargeAsItSaysIsDamagedAndNotCut) {
   CaptureBuilder capture;
   capture.FrameBlock(1).Call(1, "a").BlockSize(1000).FrameBlock(2).Call(2, "b");
@@ -340,6 +354,10 @@ TEST(CaptureRecoveryTest, AFileAsLargeAsItSaysIsDamagedAndNotCut) {
   EXPECT_TRUE(Examine(damaged).damaged);
   EXPECT_TRUE(Examine(damaged).IsComplete());
   EXPECT_EQ(ReadAll(*Recover(damaged)), damaged);
+  // A frame too small for its number, the end of a file of the size that it states.
+  CaptureBuilder small(kNoTrailers);
+  small.FrameBlock(1).BlockSize(2).Shrink(2).FileSize(32 + 6 + 2);
+  EXPECT_TRUE(Examine(small.Finish()).IsComplete());
 }
 
 TEST(CaptureRecoveryTest, BlocksBehindTheStatedEndAreTakenInAndOtherBytesLeftOut) {
@@ -423,8 +441,24 @@ TEST(RecoveredReaderTest, ReadsAndSeeksLikeTheFinishedFile) {
     EXPECT_EQ(reader->Tell(), whole.size() - static_cast<size_t>(back));
   }
   EXPECT_NE(reader->Seek(0, -1), 0);
+  EXPECT_NE(reader->Seek(2, INT64_MAX), 0);
+  EXPECT_NE(reader->Seek(3, 0), 0);
   EXPECT_EQ(reader->Seek(2, 5), 0);
   EXPECT_EQ(reader->Read(nullptr, 1), 0u);
+}
+
+TEST(RecoveredReaderTest, EndsWhereItsSourceEnds) {
+  const Bytes whole = Mixture(kThreads);
+  const Bytes shrunk(whole.begin(), whole.begin() + 100);
+  RecoveredReader reader(std::make_shared<Core::MemoryReader>(std::span(shrunk)),
+                         Examine(Unfinish(whole)));
+  EXPECT_EQ(ReadAll(reader).size(), 100u);
+  EXPECT_TRUE(reader.AtEof());
+  EXPECT_EQ(reader.Seek(0, 0), 0);
+  reader.Close();
+  EXPECT_FALSE(reader.IsValid());
+  EXPECT_EQ(ReadAll(reader).size(), 0u);
+  EXPECT_NE(reader.Seek(0, 0), 0);
 }
 
 // A capture of frames with a large call each, which exists only as its headers. Unfinished.

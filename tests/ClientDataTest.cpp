@@ -250,6 +250,8 @@ TEST_F(ClientDataTest, AFlushLongerThanItsBytesIsFilledWithZeros) {
   const Bytes payload = Bytes().U32(1).U32(2).U32(6).U32(PointerKindArray).U32(2).Text("ab");
   EXPECT_THAT(Decode(payload, ApiCallType::glFlushMappedBufferRange),
               ElementsAre("flush data 1 2 ab" + std::string(4, '\0'), "flush 1 2 6"));
+  EXPECT_THAT(Decode(Bytes(payload).Cut(1), ApiCallType::glFlushMappedBufferRange),
+              ElementsAre("flush data 1 2 " + std::string(6, '\0'), "flush 1 2 6"));
   EXPECT_THROW(Decode(Bytes().U32(1).U32(2).U32(0xFFFFFFFF).U32(PointerKindArray).U32(1).U8(1),
                       ApiCallType::glFlushMappedBufferRange),
                std::bad_alloc);

@@ -262,6 +262,8 @@ TEST_F(LZ4FrameTest, SizesAboveIntMaxFail) {
   EXPECT_FALSE(compressor_.Decompress(&byte, INT_MAX + 1u, &byte, &size));
   size = INT_MAX + 1u;
   EXPECT_FALSE(compressor_.Decompress(&byte, 1, &byte, &size));
+  size = INT_MAX + 1u;
+  EXPECT_FALSE(compressor_.Compress(&byte, 1, &byte, &size));
 }
 
 class LZ77Test : public testing::Test {

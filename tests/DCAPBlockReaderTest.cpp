@@ -25,9 +25,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 // What ends the reading of all calls of a capture; empty for a sound one.
-std::string Failure(const std::vector<uint8_t>& capture) {
+std::string Failure(const std::shared_ptr<Core::DataReader>& capture) {
   try {
-    DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(capture)));
+    DCAPBlockReader reader(capture);
     StoredSubBlock subBlock{};
     while (reader.NextBlock()) {
       while (reader.NextSubBlock(&subBlock)) {
@@ -38,6 +38,10 @@ std::string Failure(const std::vector<uint8_t>& capture) {
     return exception.what();
   }
   return "";
+}
+
+std::string Failure(const std::vector<uint8_t>& capture) {
+  return Failure(std::make_shared<Core::MemoryReader>(std::span(capture)));
 }
 
 TEST(DCAPBlockReaderTest, ShowsEverythingThereIs) {
@@ -168,6 +172,7 @@ TEST(DCAPBlockReaderTest, ContinuesAtAnyBlock) {
   EXPECT_TRUE(reader.NextSubBlock(&subBlock));
   EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(3));
   EXPECT_FALSE(reader.NextBlock());
+  EXPECT_THROW(reader.ContinueAt(UINT64_MAX), Core::BasicException);
 }
 
 TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
@@ -195,7 +200,8 @@ TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
 TEST(DCAPBlockReaderTest, FailsWithTheTextsOfTheProcessor) {
   using Texts = DCAPFileProcessor;
   const auto frame = [] { return CaptureBuilder().FrameBlock(1).Call(1, "payload"); };
-  EXPECT_EQ(Failure({}), Texts::FileHeaderFailMsg);
+  EXPECT_EQ(Failure(std::shared_ptr<Core::DataReader>()), Texts::InvalidReaderMsg);
+  EXPECT_EQ(Failure(std::vector<uint8_t>()), Texts::FileHeaderFailMsg);
   EXPECT_EQ(Failure(frame().SetByte(0, 'X').Finish()), Texts::FourCCFailMsg);
   EXPECT_EQ(Failure(CaptureBuilder(3 << kOptionCompressionShift).Finish()),
             Texts::CompressionTypeFailMsg);
@@ -213,6 +219,20 @@ TEST(DCAPBlockReaderTest, FailsWithTheTextsOfTheProcessor) {
             Texts::DecompressFailMsg);
   // Three bytes of a further block header.
   EXPECT_EQ(Failure(frame().OtherBlock(9, "").Shrink(3).FileSize(0).Finish()), "");
+}
+
+TEST(DCAPBlockReaderTest, AReadErrorIsNotTheEnd) {
+  struct BadDisk : Core::MemoryReader {
+    using MemoryReader::MemoryReader;
+    unsigned long Read(void* buffer, unsigned long size) override {
+      return Tell() < 69 ? MemoryReader::Read(buffer, size) : 0;
+    }
+  };
+  CaptureBuilder capture;
+  capture.FrameBlock(1).Call(1, "payload").EndBlock();
+  ASSERT_EQ(capture.Size(), 69u);
+  EXPECT_EQ(Failure(std::make_shared<BadDisk>(capture.FrameBlock(2).FileSize(0).Finish())),
+            DCAPFileProcessor::BlockHeaderFailMsg);
 }
 
 TEST(DCAPBlockReaderTest, AllocatesNothingOnTheWordOfAFile) {

@@ -215,6 +215,14 @@ TEST(DCAPFileWriterTest, RefusesWhatABlockCannotHoldBeforeWritingAnyOfIt) {
   EXPECT_EQ(Failure([&] { writer.WriteBytes(kUnread, 1); }), tooLarge);
 }
 
+TEST(DCAPFileWriterTest, WhatIsTooLargeToBeCompressedIsStored) {
+  auto counter = std::make_shared<CountingWriter>();
+  DCAPFileWriter writer(counter, Compressed(kCompressionLZ4));
+  writer.BeginFrame(1);
+  writer.WriteFunctionCall(1, kBind, kUnread, 0x80000000);
+  EXPECT_EQ(counter->written, 32 + 6 + 4 + 12 + uint64_t{0x80000000});
+}
+
 TEST(DCAPFileWriterTest, AFailedWriteIsTheEnd) {
   const auto write = [](const std::shared_ptr<CountingWriter>& counter) {
     DCAPFileWriter writer(counter, {});

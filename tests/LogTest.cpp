@@ -59,6 +59,11 @@ TEST_F(LogTest, NothingIsCutOff) {
   }
 }
 
+TEST_F(LogTest, AFormatThatFailsIsPrintedAsItStands) {
+  Log::Print(kError, kProcessing, 1, "src/Data/Unit", true, "%ls.", L"\xFFFFFFF");
+  EXPECT_THAT(sink_.lines, ElementsAre("%ls."));
+}
+
 TEST_F(LogTest, AFalseFlagPrintsNothing) {
   Log::Print(kError, kProcessing, 1, "src/Data/Unit", false, "hidden");
   EXPECT_TRUE(sink_.lines.empty());

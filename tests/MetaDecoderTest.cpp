@@ -171,7 +171,10 @@ class MetaRecorder : public MetaHandler {
 
 class MetaDecoderTest : public testing::Test {
  protected:
-  MetaDecoderTest() { decoder_.AddHandler(&handler_); }
+  MetaDecoderTest() {
+    decoder_.AddHandler(&handler_);
+    decoder_.AddHandler(&deaf_);
+  }
 
   // The calls that one record makes.
   std::vector<std::string> Decode(uint32_t type, uint32_t subtype, const Bytes& payload) {
@@ -187,6 +190,8 @@ class MetaDecoderTest : public testing::Test {
   }
 
   MetaRecorder handler_;
+  struct : MetaHandler {
+  } deaf_;  // overrides nothing
   MetaDecoder decoder_;
   LogCollector log_;
 };
@@ -235,6 +240,7 @@ TEST_F(MetaDecoderTest, AnEmptyMessageThrowsOnlyWhenSomebodyListens) {
   }
   EXPECT_THROW(Command(1, Bytes()), std::logic_error);
   decoder_.RemoveHandler(&handler_);
+  decoder_.RemoveHandler(&deaf_);
   EXPECT_NO_THROW(Command(1, Bytes().U32(0)));
 }
 
@@ -408,6 +414,7 @@ TEST_F(MetaDecoderTest, HandlersAreCalledInOrderAsOftenAsTheyWereAdded) {
 
 TEST_F(MetaDecoderTest, WithoutHandlersRecordsAreStillRead) {
   decoder_.RemoveHandler(&handler_);
+  decoder_.RemoveHandler(&deaf_);
   EXPECT_THAT(Command(2, Bytes().U16(1)), IsEmpty());
   EXPECT_THAT(log_.Lines(), ElementsAre(kCutValue, kCutValue, kCutValue, kCutValue));
 }

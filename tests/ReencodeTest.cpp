@@ -169,6 +169,16 @@ std::vector<uint8_t> Vector(const Bytes& bytes) {
 
 class EncoderTest : public testing::Test {
  protected:
+  template <typename Action>
+  static std::string Failure(Action action) {
+    try {
+      action();
+    } catch (const Core::BasicException& exception) {
+      return exception.what();
+    }
+    return "";
+  }
+
   // The payload of the latest call.
   std::vector<uint8_t> Payload() const { return collector_.calls.back().second; }
 
@@ -184,6 +194,8 @@ TEST_F(EncoderTest, PointersOfEveryKindCanBeMade) {
   EXPECT_EQ(Payload(), Vector(Bytes().U32(0).Array<uint32_t>({}, 0xABCD)));
   gl_.glShaderSource(3, 2, MadePointer::Strings({"one", ""}), MadePointer::Null());
   EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(2).Strings({"one", ""}).Null()));
+  gl_.glShaderSource(3, 0, MadePointer::Strings({}), MadePointer::Null());
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(0).Strings({}).Null()));
   gl_.glGetUniformLocation(-1, 3, MadePointer::String("angle", 5));
   EXPECT_EQ(Payload(), Vector(Bytes().U32(3).String("angle", 5).I32(-1)));
   egl_.eglInitialize(1, 2, MadePointer::Value(1), MadePointer::Value(5));
@@ -212,12 +224,7 @@ TEST_F(EncoderTest, ClientMemoryTravelsWithTheCallThatFollows) {
 
 TEST_F(EncoderTest, PointersThatDoNotFitTheirParameterAreRefused) {
   const auto refused = [&](const PointerData* pointer) {
-    try {
-      gl_.glGenTextures(1, pointer);
-    } catch (const Core::BasicException& exception) {
-      return exception.what() == CallEncoder::PointerFailMsg;
-    }
-    return false;
+    return Failure([&] { gl_.glGenTextures(1, pointer); }) == CallEncoder::PointerFailMsg;
   };
   EXPECT_TRUE(refused(MadePointer::Array<uint64_t>({1})));
   EXPECT_TRUE(refused(MadePointer::Value(uint8_t{1})));
@@ -226,6 +233,18 @@ TEST_F(EncoderTest, PointersThatDoNotFitTheirParameterAreRefused) {
   emptied.count = 3;
   EXPECT_TRUE(refused(&emptied));
   EXPECT_FALSE(refused(MadePointer::Array<int32_t>({1})));
+}
+
+TEST_F(EncoderTest, SizesBeyond32BitsAreRefused) {
+  const auto tooLarge = CallEncoder::PayloadTooLargeMsg;
+  PointerData huge;
+  huge.flags = PointerKindArray;
+  huge.arrayData = new uint8_t[1];
+  huge.count = UINT32_MAX;
+  huge.elementSize = 4;
+  EXPECT_EQ(Failure([&] { gl_.glGenTextures(1, &huge); }), tooLarge);
+  const std::span<const uint8_t> bytes(huge.arrayData, uint64_t{1} << 32);
+  EXPECT_EQ(Failure([&] { MadePointer::Array(bytes); }), tooLarge);
 }
 
 TEST_F(EncoderTest, SteadyEncodingAllocatesNothing) {

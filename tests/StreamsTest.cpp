@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -7,11 +8,14 @@
 #include <random>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include "Core/Exceptions.h"
@@ -113,6 +117,28 @@ struct ReadCount {
   }
 };
 
+// Interrupts what the system does for the main thread, a thousand times a second.
+class Interruptions {
+ public:
+  Interruptions() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, &previous_);
+    const itimerval often{{0, 1000}, {0, 1000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+  }
+  ~Interruptions() {
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &previous_, nullptr);
+  }
+  Interruptions(const Interruptions&) = delete;
+  Interruptions& operator=(const Interruptions&) = delete;
+
+ private:
+  struct sigaction previous_ {};
+};
+
 // Random reads, views and seeks, compared at each step with a position in an array.
 void WanderThrough(ViewReader& reader, const Bytes& model) {
   std::mt19937 random(1);
@@ -193,6 +219,8 @@ TEST_F(StreamsTest, AMissingFileAndADirectoryAreInvalidAndHarmless) {
     expectInvalid(MappedReader(path));
   }
   expectInvalid(MappedReader(PipeWith({1, 2, 3})));
+  const char* unmappable = "/sys/devices/system/cpu/online";
+  if (std::filesystem::exists(unmappable)) expectInvalid(MappedReader(unmappable));
 }
 
 TEST_F(StreamsTest, AnEmptyFileIsValidAndAtItsEnd) {
@@ -207,14 +235,15 @@ TEST_F(StreamsTest, AnEmptyFileIsValidAndAtItsEnd) {
 }
 
 TEST_F(StreamsTest, ClosingLeavesNothingToRead) {
-  StdioReader file(FileWith(RandomBytes(100)));
-  MappedReader mapped(FileWith(RandomBytes(100)));
-  MemoryReader memory(RandomBytes(100));
+  const Bytes bytes = RandomBytes(10'000);
+  StdioReader file(FileWith(bytes));
+  MappedReader mapped(FileWith(bytes));
+  MemoryReader memory{Bytes(bytes)};
   for (ViewReader* reader : std::initializer_list<ViewReader*>{&file, &mapped, &memory}) {
-    EXPECT_EQ(ReadUpTo(*reader, 10), Slice(RandomBytes(100), 0, 10));
+    EXPECT_EQ(ReadUpTo(*reader, 10), Slice(bytes, 0, 10));
     const std::span<const uint8_t> shown = reader->View(20, 20);
     reader->Close();
-    EXPECT_EQ(Bytes(shown.begin(), shown.end()), Slice(RandomBytes(100), 10, 20));
+    EXPECT_EQ(Bytes(shown.begin(), shown.end()), Slice(bytes, 10, 20));
     EXPECT_TRUE(reader->View(1, 1).empty());
     EXPECT_FALSE(reader->IsValid());
     EXPECT_EQ(ReadUpTo(*reader, 10).size(), 0u);
@@ -282,6 +311,33 @@ TEST_F(StreamsTest, SkippingPastTheEndOfAPipeIsLikeAFile) {
   EXPECT_EQ(reader.Tell(), 6'000u);
   EXPECT_TRUE(reader.AtEof());
   EXPECT_EQ(ReadUpTo(reader, 1).size(), 0u);
+}
+
+TEST_F(StreamsTest, SignalsCutNeitherReadsNorWrites) {
+  const Bytes bytes = RandomBytes(300'000);
+  const std::string path = Path("fifo");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const auto atOnce = [] {};
+  const auto slowly = [] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); };
+  const auto write = [&](const auto& pause) {
+    pause();
+    StdioWriter writer(path, false, true);
+    pause();
+    EXPECT_EQ(writer.Write(bytes.data(), bytes.size()), bytes.size());
+  };
+  const auto read = [&](const auto& pause) {
+    pause();
+    StdioReader reader(path);
+    pause();
+    EXPECT_TRUE(ReadUpTo(reader, bytes.size()) == bytes);
+  };
+  const Interruptions interruptions;
+  std::thread slowWriter([&] { write(slowly); });
+  read(atOnce);
+  slowWriter.join();
+  std::thread slowReader([&] { read(slowly); });
+  write(atOnce);
+  slowReader.join();
 }
 
 TEST_F(StreamsTest, HoppingOverPayloadsDoesNotReadThem) {
@@ -403,6 +459,12 @@ TEST_F(StreamsTest, AFullDiskShowsInEveryCount) {
     StdioWriter direct("/dev/full", durable, true);
     EXPECT_EQ(direct.Write(bytes.data(), bytes.size()), 0u);
     EXPECT_FALSE(direct.Flush());
+    StdioWriter late("/dev/full", durable, true);
+    EXPECT_EQ(late.Write(bytes.data(), 200'000), 200'000u);
+    EXPECT_EQ(late.Write(bytes.data(), 200'000), 0u) << "the buffer cannot be emptied";
+    StdioWriter mixed("/dev/full", durable, true);
+    EXPECT_EQ(mixed.Write("abcd", 4), 4u);
+    EXPECT_EQ(mixed.WriteAt("abcd", 4, 2), 0u) << "appended bytes would go first";
   }
 }
 
@@ -417,6 +479,22 @@ TEST_F(StreamsTest, APartialWriteIsCountedExactly) {
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
   std::signal(SIGXFSZ, handler);
   EXPECT_EQ(written, 100u);
+}
+
+TEST_F(StreamsTest, APipeIsAppendedToAndNotPatched) {
+  int ends[2];
+  ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
+  StdioReader reader("/proc/self/fd/" + std::to_string(ends[0]));
+  {
+    StdioWriter writer("/proc/self/fd/" + std::to_string(ends[1]), true, true);
+    close(ends[1]);
+    EXPECT_EQ(writer.Write("abcd", 4), 4u);
+    EXPECT_EQ(writer.WriteAt("x", 1, 0), 0u);
+    EXPECT_EQ(writer.Write("e", 1), 1u);
+    EXPECT_TRUE(writer.Flush()) << "there is no device to wait for";
+  }
+  close(ends[0]);
+  EXPECT_EQ(ReadUpTo(reader, 10), (Bytes{'a', 'b', 'c', 'd', 'e'}));
 }
 
 TEST_F(StreamsTest, PatchPositionsThatOverflowAreRefused) {
