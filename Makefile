@@ -54,6 +54,15 @@ test-tsan:  ## run the unit tests under the thread sanitizer
 	cmake --build build-tsan --target unit_tests
 	build-tsan/bin/unit_tests --gtest_brief=1 --gtest_filter='-*FailedAllocation*:*NotGranted*'
 
+.PHONY: test-chars
+test-chars:  ## run the tests with plain characters signed, and again with them unsigned
+	$(packages) build test
+	for sign in signed unsigned; do \
+	  cmake --preset dev -B build-$$sign-char -DCMAKE_CXX_FLAGS=-f$$sign-char && \
+	  cmake --build build-$$sign-char && \
+	  ctest --test-dir build-$$sign-char --parallel $(JOBS) || exit 1; \
+	done
+
 .PHONY: fuzz
 fuzz:  ## run every fuzz target for FUZZ_SECONDS (60); what they find is kept in build-fuzz
 	$(packages) build test
