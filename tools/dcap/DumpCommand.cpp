@@ -15,9 +15,6 @@
 
 namespace {
 
-// The listing of a range has a megabyte then, and `Core::StdioReader` fetches 340 KiB at the most.
-constexpr uint64_t kRangeSize = uint64_t{300} << 10;
-
 struct Options {
   std::string file;
   PrinterOptions printer;
@@ -40,6 +37,11 @@ class RangePrinter : public RangeHandler, private TextSink {
   void Write(std::string_view text) override {
     turn_->Do(text.size(), [output = output_, text = std::string(text)] { output->Write(text); });
   }
+  void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) override {
+    const std::shared_ptr<char[]> text = std::move(*buffer);
+    buffer->reset(new char[TextBuffer::kSize]);
+    turn_->Do(size, [output = output_, text, size] { output->Write({text.get(), size}); });
+  }
 
   InOrder::Turn* turn_ = nullptr;
   TextSink* output_;
@@ -52,7 +54,7 @@ int Dump(const Options& options) {
   try {
     std::unique_ptr<BlobWriter> blobWriter;
     EventHandler* handler = printer.get();
-    ParallelWalk parallel{options.jobs, kRangeSize, [&] { printer->Flush(); },
+    ParallelWalk parallel{options.jobs, [&] { printer->Flush(); },
                           [&] { return std::make_unique<RangePrinter>(options.printer, &output); }};
     if (!options.blobs.empty()) {
       blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);

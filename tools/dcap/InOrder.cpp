@@ -16,21 +16,18 @@ constexpr size_t kMaxPieces = 64;
 
 void InOrder::Run(unsigned threads, Source source) {
   InOrder order(std::move(source));
-  std::vector<std::jthread> workers;
-  struct Stopper {
-    ~Stopper() { order->Stop(); }
-    InOrder* order;
-  };
-  const Stopper stopper{&order};  // before the workers are waited for
-  while (workers.size() < threads) {
+  {
+    std::vector<std::jthread> workers;
     try {
-      workers.emplace_back([&order] { order.WorkOnPieces(); });
+      while (workers.size() + 1 < threads) {
+        workers.emplace_back([&order] { order.WorkOnPieces(); });
+      }
     } catch (const std::system_error&) {
-      if (workers.empty()) throw;
-      break;  // fewer do, too
+      // Fewer do, too.
     }
+    order.WorkOnPieces();
   }
-  order.TakeActions();
+  if (order.failure_ != nullptr) std::rethrow_exception(order.failure_);
 }
 
 void InOrder::WorkOnPieces() {
@@ -46,10 +43,10 @@ void InOrder::WorkOnPieces() {
       failure = std::current_exception();
     }
     work = nullptr;
-    const std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     piece->failure = failure;
     piece->ended = true;
-    NoteProgress();
+    TakeActions(&lock);
   }
 }
 
@@ -70,54 +67,50 @@ std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
   const std::lock_guard lock(mutex_);
   if (*work == nullptr) {
     sourceIsEmpty_ = true;
-    actionsMayBeThere_.notify_one();
     return nullptr;
   }
   pieces_.push_back(piece);
   return piece;
 }
 
-void InOrder::TakeActions() {
-  std::unique_lock lock(mutex_);
-  while (true) {
-    actionsMayBeThere_.wait(lock, [this] {
-      return pieces_.empty() ? sourceIsEmpty_ : pieces_.front()->IsWorthTaking();
-    });
-    if (pieces_.empty()) return;
+// Does what may be done now, unless another thread is at it, which does this, too.
+void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
+  if (actionsAreTaken_) return;
+  actionsAreTaken_ = true;
+  while (!stopped_ && !pieces_.empty() && pieces_.front()->IsWorthTaking()) {
     Piece& piece = *pieces_.front();
     if (!piece.actions.empty()) {
       std::deque<Action> actions = std::exchange(piece.actions, {});
       const size_t bytes = piece.bytes;
-      lock.unlock();
-      for (; !actions.empty(); actions.pop_front()) actions.front()();
-      lock.lock();
+      lock->unlock();
+      std::exception_ptr failure;
+      try {
+        for (; !actions.empty(); actions.pop_front()) actions.front()();
+      } catch (...) {
+        failure = std::current_exception();
+      }
+      lock->lock();
       piece.bytes -= bytes;
       bytes_ -= bytes;
-    } else if (piece.failure != nullptr) {
-      std::rethrow_exception(piece.failure);
-    } else if (piece.isLast) {
-      return;
+      if (failure != nullptr) Stop(failure);
+    } else if (piece.failure != nullptr || piece.isLast) {
+      Stop(piece.failure);
     } else {
       pieces_.pop_front();
     }
     workersMayGoOn_.notify_all();
   }
+  actionsAreTaken_ = false;
 }
 
-// Waking the other thread takes longer than a few lines do.
+// Of few bytes it is not worth while to free the lock.
 bool InOrder::Piece::IsWorthTaking() const { return ended || bytes >= kMaxBytes / 2; }
 
-void InOrder::NoteProgress() {
-  if (pieces_.front()->IsWorthTaking()) actionsMayBeThere_.notify_one();
-}
-
-void InOrder::Stop() {
-  const std::lock_guard lock(mutex_);
+void InOrder::Stop(std::exception_ptr failure) {
+  failure_ = std::move(failure);
   stopped_ = true;
-  workersMayGoOn_.notify_all();
 }
 
-// For a worker.
 template <typename Condition>
 void InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
   workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });
@@ -134,7 +127,7 @@ void InOrder::Turn::Do(size_t bytes, Action action) {
   piece_->actions.push_back(std::move(action));
   piece_->bytes += bytes;
   order_->bytes_ += bytes;
-  if (order_->pieces_.front().get() == piece_) order_->NoteProgress();
+  order_->TakeActions(&lock);
 }
 
 void InOrder::Turn::Await() {

@@ -1,4 +1,4 @@
-// Work done on several threads at once, its results taken in order on one.
+// Work done on several threads at once, its results taken in order.
 #ifndef DCAP_INORDER_H
 #define DCAP_INORDER_H
 
@@ -10,9 +10,10 @@
 #include <memory>
 #include <mutex>
 
-/// Runs pieces of work on threads of its own. What a piece wants done with its results, it hands to
-/// the thread that called `Run`, which does it as if the pieces had been worked on one after the
-/// other. Little of that waits at any time: whoever is too far ahead pauses.
+/// Runs pieces of work on several threads. What a piece wants done with its results is done as if
+/// the pieces had been worked on one after the other: in their order, by one thread at a time. That
+/// is whichever comes by, as waking one for it would take longer than most of it does. Little waits
+/// to be done at any time: whoever is too far ahead pauses.
 class InOrder {
  public:
   /// What a piece of work knows of the others.
@@ -26,7 +27,7 @@ class InOrder {
 
   /// Returns when all is done, or throws what the first piece threw that threw anything, after the
   /// actions of all before it and its own; or what an action threw. Nothing of later pieces is done
-  /// then. No piece is still at work when it returns.
+  /// then. No piece is still at work when it returns. The calling thread is one of the `threads`.
   static void Run(unsigned threads, Source source);
 
  private:
@@ -45,9 +46,8 @@ class InOrder {
 
   void WorkOnPieces();
   std::shared_ptr<Piece> NextPiece(Work* work);
-  void TakeActions();
-  void NoteProgress();
-  void Stop();
+  void TakeActions(std::unique_lock<std::mutex>* lock);
+  void Stop(std::exception_ptr failure);
   template <typename Condition>
   void Wait(std::unique_lock<std::mutex>* lock, Condition condition);
 
@@ -56,17 +56,18 @@ class InOrder {
 
   std::mutex mutex_;  // for all that follows
   std::condition_variable workersMayGoOn_;
-  std::condition_variable actionsMayBeThere_;
   std::deque<std::shared_ptr<Piece>> pieces_;  // at work or waiting to be taken, in order
   size_t bytes_ = 0;                           // of all of them
   bool sourceIsEmpty_ = false;
+  bool actionsAreTaken_ = false;  // by some thread at the moment
   bool stopped_ = false;
+  std::exception_ptr failure_;  // that stopped it
 };
 
 class InOrder::Turn {
  public:
-  /// Has `action` done on the thread that called `Run`, after everything before it. `bytes` is
-  /// about what it holds on to. May wait; throws something private, which must be let through, when
+  /// Has `action` done after everything before it, perhaps at once. `bytes` is about what it holds
+  /// on to. May wait; throws something private, which must be let through, when
   /// the rest of the work is not wanted any more.
   void Do(size_t bytes, Action action);
 

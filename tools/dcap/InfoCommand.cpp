@@ -33,9 +33,6 @@ struct Options {
   unsigned jobs = 0;
 };
 
-// What one thread scans before it takes the next.
-constexpr uint64_t kRangeSize = uint64_t{2} << 20;
-
 // What the block headers tell.
 struct Blocks {
   uint32_t frames = 0;
@@ -182,7 +179,7 @@ void Examine(const Capture& capture, unsigned jobs, Progress* progress, Findings
     const auto& reader = findings->scan ? capture.Reader() : capture.Headers();
     return Examine(reader, BlockRange::All(), progress, findings);
   }
-  workers.Run(Ranges(), kRangeSize, progress, [findings](auto reader) {
+  workers.Run(Ranges(), progress, [findings](auto reader) {
     return std::make_unique<Scanner>(std::move(reader), findings);
   });
 }

@@ -16,6 +16,9 @@
 
 namespace {
 
+// So much that little is done per range, so little that its listing, a megabyte, can wait. To read
+// it, `Core::StdioReader` fetches 4 + 16 + 64 + 256 KiB.
+constexpr uint64_t kRangeSize = uint64_t{300} << 10;
 // A capture below this is done before further threads have started.
 constexpr uint64_t kSmallCapture = uint64_t{1} << 20;
 // Of a small capture there are some for each thread all the same.
@@ -78,13 +81,12 @@ RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
   }
 }
 
-void RangeWorkers::Run(const Ranges& frames, uint64_t size, Progress* progress,
-                       const MakeWorker& makeWorker) {
+void RangeWorkers::Run(const Ranges& frames, Progress* progress, const MakeWorker& makeWorker) {
   // Memory that goes from thread to thread is kept for the next range, but no more than that.
   mallopt(M_MMAP_THRESHOLD, 1 << 20);
   mallopt(M_TRIM_THRESHOLD, 2 << 20);
   const uint64_t perThread = capture_.Reader()->Size() / kRangesPerThread / threads_;
-  BlockRanges ranges(capture_.Headers(), frames, std::min(size, perThread));
+  BlockRanges ranges(capture_.Headers(), frames, std::min(kRangeSize, perThread));
   InOrder::Run(threads_, [&]() -> InOrder::Work {
     BlockRange range;
     if (!ranges.Next(&range)) return nullptr;
@@ -169,7 +171,7 @@ void WalkRanges(RangeWorkers* workers, const Selection& selection, const Paralle
   const bool compressed = (workers->Header().optionMask & Data::kOptionCompressionMask) != 0;
   const uint64_t largePayload = kSharedPayloads / workers->Threads();
   walk.start();
-  workers->Run(selection.frames, walk.rangeSize, progress, [&](auto reader) {
+  workers->Run(selection.frames, progress, [&](auto reader) {
     return std::make_unique<Walker>(selection, largePayload, compressed, walk.makeHandler(),
                                     std::move(reader), failedAt);
   });

@@ -29,8 +29,6 @@ class RangeHandler {
 /// How `WalkCapture` shares its work among threads.
 struct ParallelWalk {
   unsigned jobs = 0;  ///< as given with --jobs
-  /// Bytes of a range: so many that little is done per range, so few that its results can wait.
-  uint64_t rangeSize = 0;
   /// Called after `FileStart`, before anything else is handled.
   std::function<void()> start;
   /// Called on any thread, even on several at once.
@@ -60,9 +58,8 @@ class RangeWorkers {
   [[nodiscard]] unsigned Threads() const { return threads_; }
   [[nodiscard]] const Data::FileHeader& Header() const { return capture_.Recovery().header; }
 
-  /// Has workers work on all ranges that are selected, of about `size` bytes, or less in a small
-  /// capture. Throws as `InOrder::Run`.
-  void Run(const Ranges& frames, uint64_t size, Progress* progress, const MakeWorker& makeWorker);
+  /// Has workers work on all ranges that are selected. Throws as `InOrder::Run`.
+  void Run(const Ranges& frames, Progress* progress, const MakeWorker& makeWorker);
 
  private:
   struct Idle {

@@ -15,6 +15,11 @@ class TextSink {
  public:
   virtual ~TextSink() = default;
   virtual void Write(std::string_view text) = 0;
+  /// The same for the text at the start of a buffer of `TextBuffer::kSize` bytes. The sink may keep
+  /// the buffer and leave another one.
+  virtual void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) {
+    Write({buffer->get(), size});
+  }
 };
 
 /// A text, mostly a short one, behind which `kPadding` more bytes can be read.
@@ -72,7 +77,7 @@ class TextBuffer {
 
   /// Hands on what is still here.
   void Flush() {
-    sink_->Write({begin_.get(), end_});
+    sink_->WriteFrom(&begin_, end_);
     end_ = 0;
   }
 
