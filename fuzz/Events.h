@@ -16,7 +16,31 @@ class QuietLog : public Core::Log::Sink {
 /// Prints to nowhere; the canonical form has a checksum of every byte.
 class NullSink : public TextSink {
  public:
-  void Write(std::string_view /*text*/) override {}
+  void Write(std::string_view text) override { bytes += text.size(); }
+  uint64_t bytes = 0;
+};
+
+/// Prints what is decoded of calls and records that stand in a frame.
+class FrameOfEvents {
+ public:
+  FrameOfEvents() {
+    const uint64_t before = PrintedBytes();
+    consumer.ProcessBlockStart({Data::kBlockFrame, 0});
+    consumer.ProcessFrameNumber(1);
+    if (PrintedBytes() == before) __builtin_trap();  // what is not selected is not decoded
+  }
+  static uint64_t PrintedBytes() {
+    printer.Flush();
+    return sink.bytes;
+  }
+
+ private:
+  // Made once: a large buffer for each input takes most of its time.
+  static inline NullSink sink;
+  static inline CanonicalPrinter printer{&sink};
+
+ public:
+  EventConsumer consumer{&printer};
 };
 
 #endif  // DCAPKIT_FUZZ_EVENTS_H

@@ -8,12 +8,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) {
     return 0;
   }
-  NullSink sink;
-  CanonicalPrinter printer(&sink);
-  EventConsumer consumer(&printer);
+  FrameOfEvents frame;
   try {
-    consumer.ProcessMetadata({}, {static_cast<uint16_t>(data[0] % 6), data[1]}, data + 2,
-                             static_cast<unsigned int>(size - 2));
+    frame.consumer.ProcessMetadata({}, {static_cast<uint16_t>(data[0] % 6), data[1]}, data + 2,
+                                   static_cast<unsigned int>(size - 2));
   } catch (const std::bad_alloc&) {
   }
   return 0;
