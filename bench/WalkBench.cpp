@@ -87,9 +87,9 @@ void WalkOnly(benchmark::State& state) {
 }
 
 // Against the library with one adapter less.
-template <size_t kAdapters>
+template <size_t kAdapters, const Input& (*kInput)()>
 void FurtherAdapter(benchmark::State& state) {
-  const Input& input = ScalarCalls();
+  const Input& input = kInput();
   CountingAdapter adapters[kAdapters];
   Compare(
       state, CallsOf(input),
@@ -105,8 +105,10 @@ void FurtherAdapter(benchmark::State& state) {
     Comparison("a. walk and decode scalar calls", Scalars),
     Comparison("b. walk and decode calls with a small pointer", SmallPointers),
     Comparison("c. walk without decoding", WalkOnly),
-    Comparison("h. second adapter, against one", FurtherAdapter<2>),
-    Comparison("h. third adapter, against two", FurtherAdapter<3>),
+    Comparison("h. second adapter, against one", FurtherAdapter<2, ScalarCalls>),
+    Comparison("h. third adapter, against two", FurtherAdapter<3, ScalarCalls>),
+    Comparison("h. second adapter, calls with a small pointer", FurtherAdapter<2, PointerCalls>),
+    Comparison("h. third adapter, calls with a small pointer", FurtherAdapter<3, PointerCalls>),
 };
 
 }  // namespace
