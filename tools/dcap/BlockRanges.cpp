@@ -58,30 +58,37 @@ BlockRanges::BlockRanges(std::shared_ptr<Core::DataReader> reader, Ranges frames
     : walk_(std::move(reader)), frames_(std::move(frames)), size_(size) {}
 
 bool BlockRanges::Next(BlockRange* range) {
-  bool begun = false;
+  bool begun = next_.has_value();
+  if (begun) *range = *std::exchange(next_, std::nullopt);
   while (!ended_) {
-    const BlockRange start{walk_.Reader().BlockEnd(), BlockRange::kToTheEnd, walk_.Frames(),
-                           walk_.FrameNumber(), 0};
+    BlockRange block{walk_.Reader().BlockEnd(), BlockRange::kToTheEnd, walk_.Frames(),
+                     walk_.FrameNumber(), UINT32_MAX};
     try {
       ended_ = !walk_.NextBlock() || walk_.Frames() > frames_.Last();
     } catch (const DamageError&) {
       ended_ = true;
-      if (!begun) *range = start;
+      if (!begun) *range = block;
       range->end = BlockRange::kToTheEnd;
       range->largestBlock = UINT32_MAX;
       return true;
     }
     if (ended_) break;
-    const bool selected = frames_.Contains(walk_.Frames());
-    if (selected && !begun) *range = start;
-    begun = begun || selected;
-    if (selected) {
-      range->end = walk_.Reader().BlockEnd();
-      range->largestBlock = std::max(range->largestBlock, uint32_t{walk_.Reader().Block().size});
-    }
     const bool isFrame = walk_.Reader().Block().type == Data::kBlockFrame;
     ended_ = isFrame && walk_.Frames() == frames_.Last();
-    if (begun && (!selected || range->end - range->begin >= size_)) return true;
+    if (!frames_.Contains(walk_.Frames())) {
+      if (begun) return true;
+      continue;
+    }
+    block.end = walk_.Reader().BlockEnd();
+    block.largestBlock = walk_.Reader().Block().size;
+    if (begun && block.end - range->begin > size_) {
+      next_ = block;
+      return true;
+    }
+    if (!begun) *range = block;
+    begun = true;
+    range->end = block.end;
+    range->largestBlock = std::max(range->largestBlock, block.largestBlock);
   }
   return begun;
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Core/DataReader.h"
 #include "Core/Exceptions.h"
@@ -61,8 +62,9 @@ class BlockWalk {
 /// last range begins, so that whoever works on it meets the damage; nothing is thrown.
 class BlockRanges {
  public:
-  /// Ranges are of `size` bytes, rounded up to whole blocks, where the selection does not end them
-  /// earlier. Throws `Core::BasicException` when the file header cannot be read.
+  /// Ranges have as many whole blocks as fit into `size` bytes, or one that does not, where the
+  /// selection does not end them earlier. Throws `Core::BasicException` when the file header cannot
+  /// be read.
   BlockRanges(std::shared_ptr<Core::DataReader> reader, Ranges frames, uint64_t size);
 
   /// The next range in the order of the file. False when nothing more is selected.
@@ -73,6 +75,7 @@ class BlockRanges {
   Ranges frames_;
   uint64_t size_;
   bool ended_ = false;
+  std::optional<BlockRange> next_;  // the block that did not fit into the last range
 };
 
 #endif  // DCAP_BLOCKRANGES_H
