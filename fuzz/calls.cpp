@@ -26,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const std::bad_alloc&) {
     return 0;
   }
-  if (FrameOfEvents::PrintedBytes() == before)
+  if (FrameOfEvents::PrintedBytes() == before) {
     __builtin_trap();  // whatever its payload, a call is a call
+  }
   return 0;
 }

@@ -1,6 +1,7 @@
 // dcap dump: every call and metadata record of a capture, one line each.
 #include <cstdio>
 #include <string>
+#include <utility>
 
 #include <CLI/App.hpp>
 
@@ -38,8 +39,8 @@ class RangePrinter : public RangeHandler, private TextSink {
     turn_->Do(text.size(), [output = output_, text = std::string(text)] { output->Write(text); });
   }
   void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) override {
-    const std::shared_ptr<char[]> text = std::move(*buffer);
-    buffer->reset(new char[TextBuffer::kSize]);
+    std::unique_ptr<char[]> empty(new char[TextBuffer::kSize]);
+    const std::shared_ptr<char[]> text = std::exchange(*buffer, std::move(empty));
     turn_->Do(size, [output = output_, text, size] { output->Write({text.get(), size}); });
   }
 

@@ -81,8 +81,7 @@ class TextBuffer {
     end_ = 0;
   }
 
-  // For lines that are put together with a pointer of their own
-  // ------------------------------------
+  // For lines that are put together with a pointer of their own:
 
   static constexpr size_t kSize = size_t{64} << 10;
   static constexpr size_t kNumberRoom = 32;  ///< more than any number takes
