@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <memory>
 #include <random>
@@ -139,8 +140,11 @@ class Interruptions {
   struct sigaction previous_ {};
 };
 
-// Random reads, views and seeks, compared at each step with a position in an array.
-void WanderThrough(ViewReader& reader, const Bytes& model) {
+// Random reads, views and seeks, compared at each step with a position in an array. `expect` is
+// called before each, with a number of bytes.
+void WanderThrough(
+    ViewReader& reader, const Bytes& model,
+    const std::function<void(uint64_t)>& expect = [](uint64_t) {}) {
   std::mt19937 random(1);
   const auto below = [&random](uint64_t limit) { return random() % limit; };
   int64_t position = 0;
@@ -149,6 +153,7 @@ void WanderThrough(ViewReader& reader, const Bytes& model) {
   for (int step = 0; step < 4000; ++step) {
     const uint64_t reaches[] = {10, 10, 10, 5'000, 70'000, 600'000};
     const uint64_t reach = reaches[below(6)];
+    expect(reach);
     if (below(4) == 0) {
       const auto atLeast = static_cast<int64_t>(1 + below(reach));
       const auto atMost = atLeast + static_cast<int64_t>(below(reach));
@@ -191,6 +196,10 @@ TEST_F(StreamsTest, AFileReadsLikeAnArray) {
   StdioReader reader(FileWith(bytes));
   EXPECT_EQ(reader.Size(), bytes.size());
   WanderThrough(reader, bytes);
+  StdioReader expecting(FileWith(bytes));
+  WanderThrough(expecting, bytes, [&](uint64_t size) {
+    if (size > 10) expecting.ExpectReadsUpTo(expecting.Tell() + size);
+  });
   MappedReader mapped(FileWith(bytes));
   EXPECT_EQ(mapped.Size(), bytes.size());
   WanderThrough(mapped, bytes);
@@ -369,6 +378,21 @@ TEST_F(StreamsTest, SmallSequentialReadsAndSeeksBackCostFewSystemCalls) {
   const ReadCount after = ReadCount::Now();
   EXPECT_TRUE(reader.AtEof());
   EXPECT_LE(after.calls - before.calls, 40u);
+}
+
+TEST_F(StreamsTest, ExpectedReadsAreFetchedAtOnceAndNoMore) {
+  StdioReader reader(FileWith(RandomBytes(2 << 20)));
+  uint8_t piece[1000];
+  const ReadCount before = ReadCount::Now();
+  if (before.calls == 0) GTEST_SKIP() << "this system does not count reads";
+  for (const int64_t begin : {0, 1'200'000}) {
+    ASSERT_EQ(reader.Seek(0, begin), 0);
+    reader.ExpectReadsUpTo(static_cast<uint64_t>(begin) + 500'000);
+    for (int i = 0; i < 500; ++i) ASSERT_EQ(reader.Read(piece, 1000), 1000u);
+  }
+  const ReadCount after = ReadCount::Now();
+  EXPECT_LE(after.calls - before.calls, 6u);  // to look at the counts costs some, too
+  EXPECT_LE(after.bytes - before.bytes, 1'010'000u);
 }
 
 TEST_F(StreamsTest, PositionsBeyondFourGiBAreWrittenAndRead) {

@@ -76,7 +76,7 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
   unsigned long done = 0;
   while (done < size) {
     const unsigned long wanted = size - done;
-    if (next_ == limit_ && wanted >= fetchSize_) {
+    if (next_ == limit_ && wanted >= FetchSize()) {
       const unsigned long fetched = FetchBytes(destination + done, wanted);
       next_ = limit_ = begin_;
       GrowFetchSize();
@@ -96,7 +96,7 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
 // Replaces the buffer by the bytes that follow it; when there are none, it stays for seeking back.
 bool StdioReader::Fill() const {
   unsigned char* begin = LineUp(buffer_.get(), limitPosition_);
-  const unsigned long fetched = FetchBytes(begin, fetchSize_);
+  const unsigned long fetched = FetchBytes(begin, FetchSize());
   if (fetched == 0) {
     return false;
   }
@@ -104,6 +104,11 @@ bool StdioReader::Fill() const {
   limit_ = next_ + fetched;
   GrowFetchSize();
   return true;
+}
+
+unsigned long StdioReader::FetchSize() const {
+  return limitPosition_ < expectedEnd_ ? std::min(expectedEnd_ - limitPosition_, kLargestFetch)
+                                       : fetchSize_;
 }
 
 void StdioReader::GrowFetchSize() const {
@@ -208,6 +213,7 @@ bool StdioReader::SkipTo(uint64_t position) {
   next_ = limit_ = begin_;
   limitPosition_ = position;
   fetchSize_ = kFirstFetch;
+  expectedEnd_ = 0;
   endHit_ = false;
   return true;
 }
@@ -232,7 +238,9 @@ bool StdioReader::Gather(unsigned long count) {
   next_ = begin_ = begin;
   limit_ = begin + rest;
   // Little more than a large piece, so that little of the next one has to be moved.
-  const unsigned long wanted = std::max(fetchSize_, count + kFirstFetch) - rest;
+  const unsigned long wanted = limitPosition_ < expectedEnd_
+                                   ? std::max(FetchSize(), count - rest)
+                                   : std::max(fetchSize_, count + kFirstFetch) - rest;
   limit_ += FetchBytes(begin + rest, std::min(wanted, kBufferSize - rest));
   GrowFetchSize();
   return static_cast<unsigned long>(limit_ - next_) >= count;

@@ -46,6 +46,11 @@ class DCAPKIT_API StdioReader : public ViewReader {
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
 
+  /// Tells that the bytes from the current position to `end` will all be read, so that they are
+  /// fetched at once, up to 1 MiB, and none behind them with them. What is read is the same. A seek
+  /// to bytes that are not buffered takes it back.
+  void ExpectReadsUpTo(uint64_t end) { expectedEnd_ = end; }
+
   /// Shows up to 1 MiB at once of a regular file, of anything else nothing.
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
@@ -57,6 +62,7 @@ class DCAPKIT_API StdioReader : public ViewReader {
   unsigned long ReadSlowly(unsigned char* destination, unsigned long size);
   bool Fill() const;
   bool Gather(unsigned long count);
+  [[nodiscard]] unsigned long FetchSize() const;
   void GrowFetchSize() const;
   unsigned long FetchBytes(unsigned char* destination, unsigned long size) const;
   bool SkipTo(uint64_t position);
@@ -69,8 +75,9 @@ class DCAPKIT_API StdioReader : public ViewReader {
   mutable const unsigned char* limit_ = nullptr;  // their end
   mutable uint64_t limitPosition_ = 0;            // where limit_ lies in the stream
   mutable uint64_t filePosition_ = 0;             // where file_ stands
-  mutable unsigned long fetchSize_ = 0;           // bytes that the next fill asks for
+  mutable unsigned long fetchSize_ = 0;           // bytes to ask for where no reads are expected
   mutable bool endHit_ = false;
+  uint64_t expectedEnd_ = 0;
   bool seekable_ = false;
   bool viewable_ = false;  // whether there is more can be told without overwriting what is on show
 };
