@@ -4,13 +4,30 @@
 #include <cstdio>
 #include <utility>
 
+#include "Core/StdioReader.h"
+
 #include "Damage.h"
 
-BlockWalk::BlockWalk(std::shared_ptr<Core::DataReader> capture, const BlockRange& range)
-    : reader_((capture->Seek(SEEK_SET, 0), std::move(capture))),
+namespace {
+
+// Payloads of larger blocks are passed over without being read.
+constexpr uint32_t kSmallBlock = uint32_t{64} << 10;
+
+}  // namespace
+
+void ExpectToRead(const BlockRange& range, Core::DataReader* reader) {
+  auto* file = dynamic_cast<Core::StdioReader*>(reader);
+  if (file == nullptr || range.end == BlockRange::kToTheEnd) return;
+  file->Seek(SEEK_SET, static_cast<int64_t>(range.begin));
+  file->ExpectReadsUpTo(range.end);
+}
+
+BlockWalk::BlockWalk(const std::shared_ptr<Core::DataReader>& capture, const BlockRange& range)
+    : reader_((capture->Seek(SEEK_SET, 0), capture)),
       end_(range.end),
       frames_(range.framesBefore),
       number_(range.numberBefore) {
+  if (range.largestBlock <= kSmallBlock) ExpectToRead(range, capture.get());
   reader_.ContinueAt(range.begin);
 }
 
@@ -54,8 +71,9 @@ void BlockWalk::Fail(const Core::BasicException& error) const {
   throw DamageError({reader_.Position(), frames_, number_, inFrame_}, error.what());
 }
 
-BlockRanges::BlockRanges(std::shared_ptr<Core::DataReader> reader, Ranges frames, uint64_t size)
-    : walk_(std::move(reader)), frames_(std::move(frames)), size_(size) {}
+BlockRanges::BlockRanges(const std::shared_ptr<Core::DataReader>& reader, Ranges frames,
+                         uint64_t size)
+    : walk_(reader), frames_(std::move(frames)), size_(size) {}
 
 bool BlockRanges::Next(BlockRange* range) {
   bool begun = next_.has_value();

@@ -26,12 +26,16 @@ struct BlockRange {
   static BlockRange All() { return {sizeof(Data::FileHeader), kToTheEnd, 0, 0, UINT32_MAX}; }
 };
 
+/// Has `reader` fetch a range, which will be read from its start to its end, at once and no more
+/// than that, if it knows how to. Leaves it anywhere.
+void ExpectToRead(const BlockRange& range, Core::DataReader* reader);
+
 /// Reads the headers of a finished capture in a file, not its payloads. Throws `DamageError` where
 /// sizes do not fit.
 class BlockWalk {
  public:
   /// Reads the file header. Leaves the reader anywhere.
-  explicit BlockWalk(std::shared_ptr<Core::DataReader> capture,
+  explicit BlockWalk(const std::shared_ptr<Core::DataReader>& capture,
                      const BlockRange& range = BlockRange::All());
 
   /// Goes to the next block of the range. False at its end.
@@ -65,7 +69,7 @@ class BlockRanges {
   /// Ranges have as many whole blocks as fit into `size` bytes, or one that does not, where the
   /// selection does not end them earlier. Throws `Core::BasicException` when the file header cannot
   /// be read.
-  BlockRanges(std::shared_ptr<Core::DataReader> reader, Ranges frames, uint64_t size);
+  BlockRanges(const std::shared_ptr<Core::DataReader>& reader, Ranges frames, uint64_t size);
 
   /// The next range in the order of the file. False when nothing more is selected.
   bool Next(BlockRange* range);

@@ -41,7 +41,7 @@ std::string Enumerate(const std::vector<std::string_view>& names) {
 
 }  // namespace
 
-Capture::Capture(const std::string& path) : path_(path) {
+Capture::Capture(const std::string& path, unsigned jobs) : path_(path) {
   errno = 0;
   reader_ = std::make_shared<Core::StdioReader>(path);
   if (!reader_->IsValid()) {
@@ -50,7 +50,7 @@ Capture::Capture(const std::string& path) : path_(path) {
         (errno != 0 ? std::strerror(errno) : "Not a file") + ")");
   }
   if (const uint64_t size = reader_->Size(); size != 0) {
-    headers_ = std::make_shared<HeaderReader>(path);
+    headers_ = std::make_shared<HeaderReader>(path, ThreadsFor(jobs, size));
     recovery_ = Data::CaptureRecovery::Examine(headers_.get(), size);
     reader_ = Finished(reader_);
     headers_ = Finished(headers_);
@@ -153,11 +153,12 @@ int WalkCapture(const std::string& path, EventHandler* handler, const Selection&
   std::optional<Place> failedAt;
   const auto place = [&] { return failedAt ? *failedAt : PlaceOf(processor, consumer); };
   try {
-    const Capture capture(path);
+    const unsigned jobs = parallel != nullptr ? parallel->jobs : 1;
+    const Capture capture(path, jobs);
     capture.ReportState();
     processor.Initialize(&consumer, capture.Reader(), capture.Reader()->Size());
     Progress progress(path, showProgress ? capture.Reader()->Size() : 0);
-    RangeWorkers workers(capture, parallel != nullptr ? parallel->jobs : 1);
+    RangeWorkers workers(capture, jobs);
     if (workers.Threads() > 1) {
       WalkRanges(&workers, selection, *parallel, &progress, &failedAt);
       return capture.Status();

@@ -18,8 +18,8 @@
 /// A capture file, opened for reading. One that is unfinished or cut reads as if it were finished.
 class Capture {
  public:
-  /// Throws `Core::BasicException` when there is no capture to read.
-  explicit Capture(const std::string& path);
+  /// `jobs` as given with --jobs. Throws `Core::BasicException` when there is no capture to read.
+  explicit Capture(const std::string& path, unsigned jobs = 1);
 
   /// The capture from its start. `Size()` is that of the finished capture; 0 for a pipe, whose
   /// state is not known.

@@ -378,7 +378,7 @@ std::string Json(const Data::CaptureRecovery& recovery, const Findings& findings
 int Info(const Options& options) {
   StandardOutput output;
   try {
-    const Capture capture(options.file);
+    const Capture capture(options.file, options.jobs);
     capture.RequireFile();
     Findings findings;
     findings.header = capture.Recovery().header;

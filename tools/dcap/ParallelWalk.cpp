@@ -16,8 +16,7 @@
 
 namespace {
 
-// So much that little is done per range, so little that its listing, a megabyte, can wait. To read
-// it, `Core::StdioReader` fetches 4 + 16 + 64 + 256 KiB.
+// So much that little is done per range, so little that its listing, a megabyte, can wait.
 constexpr uint64_t kRangeSize = uint64_t{300} << 10;
 // A capture below this is done before further threads have started.
 constexpr uint64_t kSmallCapture = uint64_t{1} << 20;
@@ -69,11 +68,7 @@ class RangeWorkers::Loan {
 };
 
 RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
-    : capture_(capture), threads_(std::clamp(jobs, 1u, kMaxJobs)) {
-  const uint64_t size = capture.Reader()->Size();
-  if (jobs == 0 && size >= kSmallCapture) {
-    threads_ = std::clamp(std::thread::hardware_concurrency(), 1u, kMaxJobs);
-  }
+    : capture_(capture), threads_(ThreadsFor(jobs, capture.Reader()->Size())) {
   // All at once, as the file may be gone later.
   while (threads_ > 1 && idle_.size() < threads_) {
     idle_.push_back({capture.OpenAgain(), nullptr});
@@ -131,6 +126,7 @@ class Walker : public RangeWorker {
         turn->Await();
         isReusable = false;
       }
+      ExpectToRead(range, reader_.get());
       if (!WalkRange(&processor_, &consumer_, range, nullptr)) {
         turn->IsLast();
         isReusable = false;
@@ -175,6 +171,11 @@ void WalkRanges(RangeWorkers* workers, const Selection& selection, const Paralle
     return std::make_unique<Walker>(selection, largePayload, compressed, walk.makeHandler(),
                                     std::move(reader), failedAt);
   });
+}
+
+unsigned ThreadsFor(unsigned jobs, uint64_t size) {
+  if (jobs == 0 && size >= kSmallCapture) jobs = std::thread::hardware_concurrency();
+  return std::clamp(jobs, 1u, kMaxJobs);
 }
 
 void AddJobsOption(CLI::App* command, unsigned* jobs) {

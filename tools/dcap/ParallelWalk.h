@@ -50,8 +50,7 @@ class RangeWorkers {
   using MakeWorker =
       std::function<std::unique_ptr<RangeWorker>(std::shared_ptr<Core::DataReader> reader)>;
 
-  /// `jobs` is 0 for a thread for each core, and a single one for a capture of less than a
-  /// megabyte. Borrows `capture`.
+  /// `jobs` as given with --jobs. Borrows `capture`.
   RangeWorkers(const Capture& capture, unsigned jobs);
 
   /// One for a pipe.
@@ -79,6 +78,10 @@ class RangeWorkers {
 /// walk, after it has told where that was.
 void WalkRanges(RangeWorkers* workers, const Selection& selection, const ParallelWalk& walk,
                 Progress* progress, std::optional<Place>* failedAt);
+
+/// How many threads `jobs`, as given with --jobs, means for a capture of `size` bytes: for 0, one
+/// for each core, and a single one for less than a megabyte.
+unsigned ThreadsFor(unsigned jobs, uint64_t size);
 
 /// Adds the option --jobs to a command.
 void AddJobsOption(CLI::App* command, unsigned* jobs);
