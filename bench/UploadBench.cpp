@@ -9,6 +9,8 @@
 #include <lz4.h>
 #include <unistd.h>
 
+#include "Core/MappedReader.h"
+#include "Core/StdioReader.h"
 #include "Util/LZ4Compressor.h"
 #include "Util/LZ77Compressor.h"
 
@@ -78,6 +80,7 @@ class Units {
   std::vector<uint8_t> output_;
 };
 
+template <typename Reader>
 void LZ4(benchmark::State& state, uint32_t size) {
   const std::vector<RecordedCall> calls = Uploads(size);
   const Input input(calls, Data::kCompressionLZ4);
@@ -94,7 +97,7 @@ void LZ4(benchmark::State& state, uint32_t size) {
         });
       },
       [&] {
-        LibraryWalk(input.Path(), {&adapter, 1}).Finish();
+        LibraryWalk(std::make_shared<Reader>(input.Path()), {&adapter, 1}).Finish();
       });
 }
 
@@ -127,7 +130,8 @@ void RegisterAll() {
     }
   };
   registerSizes("d. uploads", Stored);
-  registerSizes("e. LZ4 uploads", LZ4);
+  registerSizes("e. LZ4 uploads", LZ4<Core::StdioReader>);
+  registerSizes("e. LZ4 uploads, mapped", LZ4<Core::MappedReader>);
   registerSizes("e. LZ77 uploads", LZ77);
 }
 
