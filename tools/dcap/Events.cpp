@@ -43,6 +43,9 @@ void EventConsumer::ProcessFunctionCall(const Data::SubBlockHeader& header,
   if (!EnterSubBlock(header) || !selection_->SelectsCall(id)) {
     return;
   }
+  if (handler_->HandleUndecoded(context_, id, {data, size})) {
+    return;
+  }
   if (glDecoder_.SupportsId(id)) {
     glDecoder_.ProcessFunctionCall(id, data, size);
   } else if (eglDecoder_.SupportsId(id)) {

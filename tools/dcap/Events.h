@@ -33,6 +33,12 @@ class EventHandler {
   virtual void Block(const EventContext& /*context*/, const Data::BlockHeader& /*header*/) {}
   virtual void Call(const EventContext& /*context*/, const Data::CallDesc& /*call*/,
                     std::span<const Data::CallValue> /*values*/) {}
+  /// Called before a call is decoded. A handler that knows what would come of that payload handles
+  /// it right here and returns true, and `Call` is not called.
+  virtual bool HandleUndecoded(const EventContext& /*context*/, Data::ApiCallType /*id*/,
+                               std::span<const unsigned char> /*payload*/) {
+    return false;
+  }
   /// Client memory of the call that follows.
   virtual void ClientData(const EventContext& /*context*/, const Data::CallDesc& /*operation*/,
                           std::span<const Data::CallValue> /*values*/) {}

@@ -167,6 +167,16 @@ void JsonLinesPrinter::Block(const EventContext& context, const Data::BlockHeade
 void JsonLinesPrinter::Call(const EventContext& context, const Data::CallDesc& call,
                             std::span<const Data::CallValue> values) {
   Line(&callStart_, context, &calls_, call, values);
+  repeated_.End(out_);
+}
+
+bool JsonLinesPrinter::HandleUndecoded(const EventContext& context, Data::ApiCallType id,
+                                       std::span<const unsigned char> payload) {
+  const PaddedText line = repeated_.Find(id, payload);
+  if (line.text == nullptr) return false;
+  char* out = out_.Room(kLineStartRoom + line.size + PaddedText::kPadding);
+  out_.Commit(line.CopyTo(callStart_.To(out, context)));
+  return true;
 }
 
 void JsonLinesPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
@@ -228,8 +238,9 @@ void JsonLinesPrinter::LineStart::Change(const EventContext& context) {
 void JsonLinesPrinter::Line(LineStart* start, const EventContext& context, CallLines* lines,
                             const Data::CallDesc& call, std::span<const Data::CallValue> values) {
   const auto startTo = [&](char* out) {
-    out = start->Of(context).CopyTo(out);
-    return std::to_chars(out, out + TextBuffer::kNumberRoom, context.callIndex).ptr;
+    out = start->To(out, context);
+    repeated_.BeginLine(out_.PositionOf(out));
+    return out;
   };
   WriteLine(&out_, kLineStartRoom, startTo, lines->Of(call), call.api, values, &named_, FloatTo,
             [&](const Data::TypeDesc& type, const Data::CallValue& value) {

@@ -9,6 +9,7 @@
 #include "CallLines.h"
 #include "JsonStream.h"
 #include "Printer.h"
+#include "RepeatedCalls.h"
 
 class JsonLinesPrinter final : public Printer {
  public:
@@ -19,6 +20,8 @@ class JsonLinesPrinter final : public Printer {
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
   void Call(const EventContext& context, const Data::CallDesc& call,
             std::span<const Data::CallValue> values) override;
+  bool HandleUndecoded(const EventContext& context, Data::ApiCallType id,
+                       std::span<const unsigned char> payload) override;
   void ClientData(const EventContext& context, const Data::CallDesc& operation,
                   std::span<const Data::CallValue> values) override;
   void Metadata(const EventContext& context, const MetaRecord& record) override;
@@ -47,13 +50,14 @@ class JsonLinesPrinter final : public Printer {
     }
   };
 
-  // What the lines of calls begin with, up to the index within the frame.
+  // What the lines of calls begin with, and the index within the frame.
   struct LineStart {
-    PaddedText Of(const EventContext& context) {
+    char* To(char* out, const EventContext& context) {
       if (frame != context.frameOrdinal || thread != context.threadId) [[unlikely]] {
         Change(context);
       }
-      return {text.data(), size};
+      out = PaddedText{text.data(), size}.CopyTo(out);
+      return std::to_chars(out, out + TextBuffer::kNumberRoom, context.callIndex).ptr;
     }
     void Change(const EventContext& context);
 
@@ -97,6 +101,7 @@ class JsonLinesPrinter final : public Printer {
   CallLines calls_;
   CallLines clientData_;  // its operations share identifiers with calls
   NamedValues named_;
+  RepeatedCalls repeated_;
 };
 
 #endif  // DCAP_JSONLINESPRINTER_H

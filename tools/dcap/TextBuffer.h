@@ -78,6 +78,7 @@ class TextBuffer {
   /// Hands on what is still here.
   void Flush() {
     sink_->WriteFrom(&begin_, end_);
+    flushed_ += end_;
     end_ = 0;
   }
 
@@ -96,6 +97,17 @@ class TextBuffer {
   /// What was written there up to `end` is text now.
   void Commit(const char* end) { end_ = static_cast<size_t>(end - begin_.get()); }
 
+  /// How much text there is before `out`, which lies in that room.
+  [[nodiscard]] uint64_t PositionOf(const char* out) const {
+    return flushed_ + static_cast<size_t>(out - begin_.get());
+  }
+  /// The text from there on; empty when it is not all here any more.
+  [[nodiscard]] std::string_view TextSince(uint64_t position) const {
+    if (position < flushed_) return {};
+    const size_t begin = position - flushed_;
+    return {begin_.get() + begin, end_ - begin};
+  }
+
   /// As `Float`, to `out`, where `kNumberRoom` bytes fit. Returns the end.
   static char* FloatTo(char* out, float value) {
     // Most floats of a capture are small whole numbers, which take a fraction of the time as such.
@@ -113,6 +125,7 @@ class TextBuffer {
   TextSink* sink_;
   std::unique_ptr<char[]> begin_{new char[kSize]};
   size_t end_ = 0;
+  uint64_t flushed_ = 0;  // bytes before begin_
 };
 
 #endif  // DCAP_TEXTBUFFER_H

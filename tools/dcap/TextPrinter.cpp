@@ -143,6 +143,16 @@ void TextPrinter::Block(const EventContext& context, const Data::BlockHeader& he
 void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
   Line(context, calls_, call, values);
+  repeated_.End(out_);
+}
+
+bool TextPrinter::HandleUndecoded(const EventContext& context, Data::ApiCallType id,
+                                  std::span<const unsigned char> payload) {
+  const PaddedText line = repeated_.Find(id, payload);
+  if (line.text == nullptr) return false;
+  char* out = out_.Room(kLineStartRoom + line.size + PaddedText::kPadding);
+  out_.Commit(line.CopyTo(LineStart(context).CopyTo(out)));
+  return true;
 }
 
 void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
@@ -171,7 +181,12 @@ inline PaddedText TextPrinter::LineStart(const EventContext& context) {
 void TextPrinter::Line(const EventContext& context, CallLines& lines, const Data::CallDesc& call,
                        std::span<const Data::CallValue> values) {
   WriteLine(
-      &out_, kLineStartRoom, [&](char* out) { return LineStart(context).CopyTo(out); },
+      &out_, kLineStartRoom,
+      [&](char* out) {
+        out = LineStart(context).CopyTo(out);
+        repeated_.BeginLine(out_.PositionOf(out));
+        return out;
+      },
       lines.Of(call), call.api, values, &named_, TextBuffer::FloatTo,
       [&](const Data::TypeDesc& type, const Data::CallValue& value) {
         Value(call.api, type, value);

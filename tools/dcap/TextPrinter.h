@@ -4,6 +4,7 @@
 
 #include "CallLines.h"
 #include "Printer.h"
+#include "RepeatedCalls.h"
 
 class TextPrinter final : public Printer {
  public:
@@ -15,6 +16,8 @@ class TextPrinter final : public Printer {
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
   void Call(const EventContext& context, const Data::CallDesc& call,
             std::span<const Data::CallValue> values) override;
+  bool HandleUndecoded(const EventContext& context, Data::ApiCallType id,
+                       std::span<const unsigned char> payload) override;
   void ClientData(const EventContext& context, const Data::CallDesc& operation,
                   std::span<const Data::CallValue> values) override;
   void Metadata(const EventContext& context, const MetaRecord& record) override;
@@ -46,6 +49,7 @@ class TextPrinter final : public Printer {
   CallLines calls_;
   CallLines clientData_;  // its operations share identifiers with calls
   NamedValues named_;
+  RepeatedCalls repeated_;
   std::string lineStart_;  // and padding
   size_t lineStartSize_ = 0;
   uint64_t lineStartThread_ = UINT64_MAX;

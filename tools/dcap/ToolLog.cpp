@@ -6,10 +6,14 @@
 namespace {
 
 thread_local ThreadLog* threadLog = nullptr;
+thread_local uint64_t logLines = 0;
 
 }  // namespace
 
+uint64_t LogLinesOfThisThread() { return logLines; }
+
 void ToolLog::Write(const Core::Log::Record& record) {
+  ++logLines;
   if (!verbose && record.level > Core::Log::LogLevel::kWarning) return;
   if (threadLog != nullptr) {
     threadLog->Write(record, &filter_);

@@ -2,6 +2,8 @@
 #ifndef DCAP_TOOLLOG_H
 #define DCAP_TOOLLOG_H
 
+#include <cstdint>
+
 #include "Core/Log.h"
 #include "Core/RepeatFilter.h"
 
@@ -28,6 +30,9 @@ class ToolLog : private Core::Log::Sink {
   Stderr stderr_;
   Core::RepeatFilterSink filter_{&stderr_};
 };
+
+/// How many lines the library has logged on this thread.
+uint64_t LogLinesOfThisThread();
 
 /// While it lives, the log lines of the thread that made it take their turn with its other results.
 class ThreadLog {
