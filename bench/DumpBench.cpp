@@ -11,6 +11,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "Data/CallTable.h"
+
 #include "Compare.h"
 #include "Input.h"
 #include "LibraryWalk.h"
@@ -120,11 +122,30 @@ class BareLines {
   char buffer_[64 << 10];
 };
 
+// Scalar calls that end with an integer, which is counted up.
+std::vector<RecordedCall> CallsMadeOnce() {
+  constexpr uint32_t kCount = 20'000;
+  std::vector<RecordedCall> recorded = SelectCalls(0);
+  std::erase_if(recorded, [](const RecordedCall& call) {
+    const auto values = Data::FindCall(static_cast<Data::ApiCallType>(call.id))->Values();
+    return values.empty() || (values.back().type->format != Data::ValueFormat::kObject &&
+                              values.back().type->type != Data::ValueType::kInt32);
+  });
+  std::vector<RecordedCall> calls;
+  for (uint32_t i = 0; i < kCount; ++i) {
+    calls.push_back(recorded[i % recorded.size()]);
+    std::vector<uint8_t>& payload = calls.back().payload;
+    std::memcpy(&payload[payload.size() - sizeof(i)], &i, sizeof(i));
+  }
+  return calls;
+}
+
 enum class Baseline { kFormatting, kWalkAndFormatting };
 
-void DumpAs(benchmark::State& state, const std::string& format, Baseline baseline) {
+void DumpAs(benchmark::State& state, const std::vector<RecordedCall>& calls,
+            const std::string& format, Baseline baseline) {
   // The lines of one frame stand for those of all.
-  const Input oneFrame(SmallCalls(), Data::kCompressionNone, 1);
+  const Input oneFrame(calls, Data::kCompressionNone, 1);
   const auto bare = std::make_unique<BareLines>(TextOfDump(oneFrame.Path(), format));
   std::string again;
   bare->Format([&](std::string_view text) { again += text; });
@@ -133,7 +154,7 @@ void DumpAs(benchmark::State& state, const std::string& format, Baseline baselin
     return;
   }
 
-  const Input input(SmallCalls());
+  const Input input(calls);
   Compare(
       state, {static_cast<double>(input.Calls()), "calls"},
       [&] {
@@ -152,12 +173,17 @@ void DumpAs(benchmark::State& state, const std::string& format, Baseline baselin
 
 benchmark::internal::Benchmark* DumpComparison(const char* name, const std::string& format,
                                                Baseline baseline) {
-  return Comparison(name, [=](benchmark::State& state) { DumpAs(state, format, baseline); });
+  return Comparison(
+      name, [=](benchmark::State& state) { DumpAs(state, SmallCalls(), format, baseline); });
 }
 
 [[maybe_unused]] const benchmark::internal::Benchmark* const registered[] = {
     DumpComparison("f. dump as text", "text", Baseline::kFormatting),
     DumpComparison("f. dump as text, beside walk and lines", "text", Baseline::kWalkAndFormatting),
+    Comparison("f. dump as text, no call made twice",
+               [](benchmark::State& state) {
+                 DumpAs(state, CallsMadeOnce(), "text", Baseline::kFormatting);
+               }),
     DumpComparison("f. dump as JSON Lines", "jsonl", Baseline::kFormatting),
     DumpComparison("f. dump as JSON Lines, beside walk and lines", "jsonl",
                    Baseline::kWalkAndFormatting),
