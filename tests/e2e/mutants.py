@@ -321,6 +321,8 @@ def main():
                         help="what to damage; by default the captures of real programs and the sample, "
                              "with --compare also random captures")
     options = parser.parse_args()
+    if options.keep:
+        Path(options.keep).mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory() as folder:
         mutants = Mutants(options.captures or (all_kinds(folder) if options.compare else real_captures()),
                           options.seed)
