@@ -7,10 +7,8 @@
 
 namespace {
 
-// What may wait of the piece whose turn it is.
+// What may wait of the piece whose turn it is, and of all others together.
 constexpr size_t kMaxBytes = size_t{1} << 20;
-// What may wait of all others together: the listing of a few large frames.
-constexpr size_t kMaxAhead = size_t{8} << 20;
 // Pieces that may be begun and not yet done with; most have few bytes or none.
 constexpr size_t kMaxPieces = 64;
 
@@ -124,7 +122,7 @@ void InOrder::Turn::Do(size_t bytes, Action action) {
   // Whoever's turn it is does not wait for others, or they would wait for each other.
   order_->Wait(&lock, [this] {
     const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
-    return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxAhead;
+    return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
   });
   piece_->actions.push_back(std::move(action));
   piece_->bytes += bytes;

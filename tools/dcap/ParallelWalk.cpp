@@ -24,8 +24,6 @@ constexpr uint64_t kSmallCapture = uint64_t{1} << 20;
 constexpr uint64_t kRangesPerThread = 8;
 
 constexpr unsigned kMaxJobs = 64;
-// Of what all threads have freed.
-constexpr unsigned kKeptMemory = 16u << 20;
 // Payloads that several threads may hold at once, all together.
 constexpr uint64_t kSharedPayloads = uint64_t{2} << 20;
 
@@ -79,9 +77,9 @@ RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
 }
 
 void RangeWorkers::Run(const Ranges& frames, Progress* progress, const MakeWorker& makeWorker) {
-  // Memory that goes from thread to thread is kept for the next ranges, but no more than that.
+  // Memory that goes from thread to thread is kept for the next range, but no more than that.
   mallopt(M_MMAP_THRESHOLD, 1 << 20);
-  mallopt(M_TRIM_THRESHOLD, static_cast<int>(std::max(kKeptMemory / threads_, 1u << 20)));
+  mallopt(M_TRIM_THRESHOLD, 2 << 20);
   const uint64_t perThread = capture_.Reader()->Size() / kRangesPerThread / threads_;
   BlockRanges ranges(capture_.Headers(), frames, std::min(kRangeSize, perThread));
   InOrder::Run(threads_, [&]() -> InOrder::Work {
