@@ -54,7 +54,8 @@ class HeaderReader : public Core::DataReader {
     ~Window();
     [[nodiscard]] bool IsValid() const { return file_ >= 0; }
     [[nodiscard]] uint64_t FileSize() const;
-    // Opens the file, whatever its name is now. Threads that share one wait for each other.
+    // Opens the file, whatever its name is now. Threads that share one that is open wait for each
+    // other.
     [[nodiscard]] std::string OtherPath() const;
 
     [[nodiscard]] const unsigned char* Begin() const { return bytes_.get(); }

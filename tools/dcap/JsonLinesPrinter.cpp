@@ -172,11 +172,8 @@ void JsonLinesPrinter::Call(const EventContext& context, const Data::CallDesc& c
 
 bool JsonLinesPrinter::HandleUndecoded(const EventContext& context, Data::ApiCallType id,
                                        std::span<const unsigned char> payload) {
-  const PaddedText line = repeated_.Find(id, payload);
-  if (line.text == nullptr) return false;
-  char* out = out_.Room(kLineStartRoom + line.size + PaddedText::kPadding);
-  out_.Commit(line.CopyTo(callStart_.To(out, context)));
-  return true;
+  const auto start = [&](char* out) { return callStart_.To(out, context); };
+  return repeated_.Write(&out_, kLineStartRoom, start, id, payload);
 }
 
 void JsonLinesPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,

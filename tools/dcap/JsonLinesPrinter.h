@@ -2,6 +2,7 @@
 #ifndef DCAP_JSONLINESPRINTER_H
 #define DCAP_JSONLINESPRINTER_H
 
+#include <charconv>
 #include <string>
 
 #include <rapidjson/writer.h>

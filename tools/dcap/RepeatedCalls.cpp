@@ -1,21 +1,14 @@
 #include "RepeatedCalls.h"
 
 #include <algorithm>
-#include <cstring>
 
+#include "Printer.h"
 #include "ToolLog.h"
 
 namespace {
 
-template <typename Word>
-uint64_t Load(const unsigned char* bytes) {
-  Word word = 0;
-  std::memcpy(&word, bytes, sizeof(word));
-  return word;
-}
-
-// Loads have a fixed size, and may overlap: to copy a payload of any size first would take longer
-// than all the rest.
+// Loads have a fixed size, and may overlap: of a copy of the payload they would have to wait for
+// the narrower stores that made it.
 uint64_t HashOf(Data::ApiCallType id, const unsigned char* bytes, size_t size) {
   auto hash = static_cast<uint64_t>(id);
   const auto add = [&hash](uint64_t word) {
@@ -28,7 +21,7 @@ uint64_t HashOf(Data::ApiCallType id, const unsigned char* bytes, size_t size) {
     for (; bytes < last; bytes += sizeof(uint64_t)) add(Load<uint64_t>(bytes));
     add(Load<uint64_t>(last));
   } else if (size >= sizeof(uint32_t)) {
-    add(Load<uint32_t>(bytes) << 32 | Load<uint32_t>(bytes + size - sizeof(uint32_t)));
+    add(uint64_t{Load<uint32_t>(bytes)} << 32 | Load<uint32_t>(bytes + size - sizeof(uint32_t)));
   } else {
     for (size_t i = 0; i < size; ++i) add(bytes[i]);
   }

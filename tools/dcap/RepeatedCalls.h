@@ -19,18 +19,20 @@
 /// that of a payload met before need not be decoded and formatted once more.
 class RepeatedCalls {
  public:
-  /// The line of that call from its start on; its `text` is null when it is not kept.
-  PaddedText Find(Data::ApiCallType id, std::span<const unsigned char> payload) {
-    missed_ = nullptr;
-    if (pause_ != 0) {
-      --pause_;
-      return {nullptr, 0};
-    }
-    return payload.size() <= kMaxPayload ? Search(id, payload) : PaddedText{nullptr, 0};
+  /// Writes the line of that call behind `startRoom` bytes, in which `start(out)` writes what comes
+  /// first and returns its end. False when the line is not kept.
+  template <typename Start>
+  bool Write(TextBuffer* buffer, size_t startRoom, Start start, Data::ApiCallType id,
+             std::span<const unsigned char> payload) {
+    const PaddedText line = Find(id, payload);
+    if (line.text == nullptr) return false;
+    char* out = start(buffer->Room(startRoom + line.size + PaddedText::kPadding));
+    buffer->Commit(line.CopyTo(out));
+    return true;
   }
 
-  /// What `Find` did not give is written now: to be told where each of its lines goes on behind its
-  /// start, and then of the end of the last.
+  /// What was not kept is written now: to be told where each of its lines goes on behind its start,
+  /// and then of the end of the last.
   void BeginLine(uint64_t position) {
     ++lines_;
     position_ = position;
@@ -59,6 +61,15 @@ class RepeatedCalls {
     std::string text;  // and padding; empty until the payload comes for the second time
   };
 
+  // The line from its start on; `text` is null when it is not kept.
+  PaddedText Find(Data::ApiCallType id, std::span<const unsigned char> payload) {
+    missed_ = nullptr;
+    if (pause_ != 0) {
+      --pause_;
+      return {nullptr, 0};
+    }
+    return payload.size() <= kMaxPayload ? Search(id, payload) : PaddedText{nullptr, 0};
+  }
   PaddedText Search(Data::ApiCallType id, std::span<const unsigned char> payload);
   void Keep(const TextBuffer& buffer);
 

@@ -148,11 +148,8 @@ void TextPrinter::Call(const EventContext& context, const Data::CallDesc& call,
 
 bool TextPrinter::HandleUndecoded(const EventContext& context, Data::ApiCallType id,
                                   std::span<const unsigned char> payload) {
-  const PaddedText line = repeated_.Find(id, payload);
-  if (line.text == nullptr) return false;
-  char* out = out_.Room(kLineStartRoom + line.size + PaddedText::kPadding);
-  out_.Commit(line.CopyTo(LineStart(context).CopyTo(out)));
-  return true;
+  const auto start = [&](char* out) { return LineStart(context).CopyTo(out); };
+  return repeated_.Write(&out_, kLineStartRoom, start, id, payload);
 }
 
 void TextPrinter::ClientData(const EventContext& context, const Data::CallDesc& operation,
