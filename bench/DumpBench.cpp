@@ -11,7 +11,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Data/CallTable.h"
+#include "Data/Calls/CallTable.h"
 
 #include "Compare.h"
 #include "Input.h"

@@ -15,7 +15,7 @@
 #include "Data/DCAPFileProcessor.h"
 
 #include "BareWalk.h"
-#include "CaptureBuilder.h"
+#include "support/CaptureBuilder.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "Data/ApiCallType.h"
 #include "Data/PointerData.h"
 
-#include "PayloadBuilder.h"
+#include "support/PayloadBuilder.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Core/StdioReader.h"
-#include "Data/CallTable.h"
+#include "Data/Calls/CallTable.h"
 #include "Data/DCAPConsumer.h"
 #include "Data/DCAPFileProcessor.h"
 

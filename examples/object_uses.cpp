@@ -8,11 +8,11 @@
 #include <utility>
 
 #include "Core/StdioReader.h"
+#include "Data/Calls/GenericAdapter.h"
 #include "Data/DCAPDecodeConsumer.h"
 #include "Data/DCAPFileProcessor.h"
 #include "Data/EGLDecoder.h"
 #include "Data/GLDecoder.h"
-#include "Data/GenericAdapter.h"
 
 namespace {
 

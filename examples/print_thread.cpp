@@ -5,11 +5,11 @@
 #include <stdexcept>
 
 #include "Core/StdioReader.h"
+#include "Data/Calls/GenericAdapter.h"
 #include "Data/DCAPDecodeConsumer.h"
 #include "Data/DCAPFileProcessor.h"
 #include "Data/EGLDecoder.h"
 #include "Data/GLDecoder.h"
-#include "Data/GenericAdapter.h"
 #include "Data/PointerData.h"
 
 namespace {

@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "Core/StdioWriter.h"
-#include "Data/DCAPFileWriter.h"
-#include "Data/EGLEncoder.h"
-#include "Data/GLEncoder.h"
-#include "Data/MadePointer.h"
+#include "Data/Calls/EGLEncoder.h"
+#include "Data/Calls/GLEncoder.h"
+#include "Data/Calls/MadePointer.h"
+#include "Data/Capture/DCAPFileWriter.h"
 
 namespace {
 

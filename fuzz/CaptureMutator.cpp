@@ -4,7 +4,7 @@
 #include <cstring>
 #include <random>
 
-#include "Data/CallTable.h"
+#include "Data/Calls/CallTable.h"
 #include "Data/DCAPFormat.h"
 
 namespace {

@@ -2,9 +2,9 @@
 #include <cstring>
 #include <new>
 
-#include "Data/CallTable.h"
+#include "Data/Calls/CallTable.h"
 
-#include "Events.h"
+#include "PrintedEvents.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;

@@ -7,7 +7,7 @@
 #include "Data/DCAPFileProcessor.h"
 
 #include "CaptureMutator.h"
-#include "Events.h"
+#include "PrintedEvents.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;

@@ -5,7 +5,7 @@
 #include "Util/LZ4Compressor.h"
 #include "Util/LZ77Compressor.h"
 
-#include "Events.h"
+#include "PrintedEvents.h"
 
 namespace {
 

@@ -7,17 +7,17 @@
 
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
+#include "Data/Calls/EGLEncoder.h"
+#include "Data/Calls/GLEncoder.h"
+#include "Data/Capture/DCAPWriteConsumer.h"
 #include "Data/DCAPFileProcessor.h"
-#include "Data/DCAPWriteConsumer.h"
 #include "Data/EGLDecoder.h"
-#include "Data/EGLEncoder.h"
 #include "Data/GLDecoder.h"
-#include "Data/GLEncoder.h"
 
 #include "CaptureMutator.h"
-#include "CopyCapture.h"
-#include "Events.h"
-#include "MemoryWriter.h"
+#include "PrintedEvents.h"
+#include "support/CopyCapture.h"
+#include "support/MemoryWriter.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include "Data/CaptureFileUtil.h"
 
 #include "CaptureMutator.h"
-#include "Events.h"
+#include "PrintedEvents.h"
 
 namespace {
 

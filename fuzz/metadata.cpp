@@ -1,7 +1,7 @@
 // One metadata record: the first two bytes are type and subtype.
 #include <new>
 
-#include "Events.h"
+#include "PrintedEvents.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;

@@ -4,7 +4,7 @@
 
 #include "Data/PointerData.h"
 
-#include "Events.h"
+#include "PrintedEvents.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;

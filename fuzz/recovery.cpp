@@ -7,8 +7,8 @@
 #include "Core/DataWriter.h"
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
-#include "Data/CaptureRecovery.h"
-#include "Data/RecoveredReader.h"
+#include "Data/Capture/CaptureRecovery.h"
+#include "Data/Capture/RecoveredReader.h"
 
 #include "CaptureMutator.h"
 

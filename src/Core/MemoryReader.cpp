@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "Core/CopyBytes.h"
+#include "Core/Detail/CopyBytes.h"
 
 namespace Core {
 

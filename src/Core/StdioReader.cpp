@@ -6,7 +6,7 @@
 
 #include <sys/stat.h>
 
-#include "Core/CopyBytes.h"
+#include "Core/Detail/CopyBytes.h"
 
 namespace Core {
 

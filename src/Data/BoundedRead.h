@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "Core/CopyBytes.h"
+#include "Core/Detail/CopyBytes.h"
 
 namespace Data {
 

@@ -12,7 +12,7 @@
 #include "Core/Log.h"
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
-#include "Data/CaptureFileTexts.h"
+#include "Data/Detail/CaptureFileTexts.h"
 #include "Util/String.h"
 
 namespace Data {

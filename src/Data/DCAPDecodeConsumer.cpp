@@ -4,10 +4,10 @@
 #include <typeinfo>
 
 #include "Data/ApiCallType.h"
-#include "Data/CallDescriptions.h"
+#include "Data/Calls/Detail/CallDescriptions.h"
+#include "Data/Detail/Registry.h"
 #include "Data/EGLDecoder.h"
 #include "Data/GLDecoder.h"
-#include "Data/Registry.h"
 
 namespace Data {
 

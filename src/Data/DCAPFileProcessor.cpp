@@ -10,7 +10,7 @@
 #include <typeinfo>
 #include <utility>
 
-#include "Core/CopyBytes.h"
+#include "Core/Detail/CopyBytes.h"
 #include "Core/Exceptions.h"
 #include "Core/Log.h"
 #include "Core/MappedReader.h"

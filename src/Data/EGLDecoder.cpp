@@ -2,8 +2,8 @@
 // EGLDispatch.cpp.
 #include "Data/EGLDecoder.h"
 
-#include "Data/CallDescriptions.h"
-#include "Data/Registry.h"
+#include "Data/Calls/Detail/CallDescriptions.h"
+#include "Data/Detail/Registry.h"
 
 namespace Data {
 

@@ -6,11 +6,11 @@
 #include <cstring>
 
 #include "Core/Log.h"
-#include "Data/CallDescriptions.h"
+#include "Data/Calls/Detail/CallDescriptions.h"
+#include "Data/Detail/Parameters.h"
+#include "Data/Detail/Registry.h"
 #include "Data/Limits.h"
-#include "Data/Parameters.h"
 #include "Data/PointerData.h"
-#include "Data/Registry.h"
 
 namespace Data {
 

@@ -30,9 +30,9 @@ def install_duckdb():
         skip("there is no npm here")
     folder = BINARIES / "duckdb"
     folder.mkdir(parents=True, exist_ok=True)
-    lock = (SOURCE / "tests/duckdb/package-lock.json").read_bytes()
+    lock = (SOURCE / "tests/e2e/duckdb/package-lock.json").read_bytes()
     installed = folder / "installed"
-    for file in (SOURCE / "tests/duckdb").iterdir():
+    for file in (SOURCE / "tests/e2e/duckdb").iterdir():
         shutil.copy(file, folder)
     if not installed.exists() or installed.read_bytes() != lock:
         done = subprocess.run(["npm", "ci", "--ignore-scripts", "--no-audit", "--no-fund",

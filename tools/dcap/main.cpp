@@ -9,7 +9,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
-#include "ToolLog.h"
+#include "output/ToolLog.h"
 
 namespace {
 

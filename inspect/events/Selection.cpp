@@ -1,0 +1,229 @@
+#include "inspect/events/Selection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <functional>
+#include <stdexcept>
+
+#include <CLI/App.hpp>
+#include <fnmatch.h>
+
+#include "Data/MetaDecoder.h"
+
+namespace {
+
+constexpr Data::CallClass kClasses[] = {
+    Data::CallClass::kDraw,   Data::CallClass::kCompute, Data::CallClass::kTransfer,
+    Data::CallClass::kUpload, Data::CallClass::kCreate,  Data::CallClass::kDelete,
+    Data::CallClass::kState,  Data::CallClass::kQuery,   Data::CallClass::kSync,
+    Data::CallClass::kMarker, Data::CallClass::kPresent};
+
+[[noreturn]] void Refuse(std::string_view part, const std::string& reason) {
+  throw std::invalid_argument("'" + std::string(part) + "' " + reason);
+}
+
+// A list given in several options comes as one, its lines separated by line feeds.
+void ForEachPart(std::string_view list, const std::function<void(std::string_view)>& handle) {
+  for (size_t begin = 0; begin <= list.size();) {
+    const size_t end = std::min(list.find_first_of(",\n", begin), list.size());
+    if (end == begin) {
+      Refuse(list, "has an empty part");
+    }
+    handle(list.substr(begin, end - begin));
+    begin = end + 1;
+  }
+}
+
+// `part`: the interval that holds the number, for the message.
+uint32_t ParseNumber(std::string_view text, std::string_view part) {
+  uint32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error == std::errc::result_out_of_range) {
+    Refuse(part, "is beyond 4294967295");
+  }
+  if (error != std::errc() || end != text.data() + text.size()) {
+    Refuse(part, "is neither a number, nor an interval such as 10-20 or 100-");
+  }
+  return number;
+}
+
+Ranges::Range ParseRange(std::string_view part) {
+  const size_t dash = part.find('-');
+  const uint32_t first = ParseNumber(part.substr(0, dash), part);
+  if (dash == std::string_view::npos) {
+    return {first, first};
+  }
+  const std::string_view end = part.substr(dash + 1);
+  const uint32_t last = end.empty() ? UINT32_MAX : ParseNumber(end, part);
+  if (last < first) {
+    Refuse(part, "ends before it begins");
+  }
+  return {first, last};
+}
+
+bool Matches(const std::string& glob, const char* name) {
+  return fnmatch(glob.c_str(), name, 0) == 0;
+}
+
+template <typename Handle>
+void ForEachCall(Handle handle) {
+  for (const Data::Api api : {Data::Api::kEGL, Data::Api::kGLES}) {
+    for (const Data::CallDesc& call : Data::AllCalls(api)) {
+      handle(call);
+    }
+  }
+}
+
+bool MatchesSomeCall(const std::string& glob) {
+  bool found = false;
+  ForEachCall([&](const Data::CallDesc& call) { found = found || Matches(glob, call.name); });
+  return found;
+}
+
+// The name under which a record is listed; empty when the decoder knows none.
+std::string RecordName(uint32_t type, uint32_t subtype) {
+  const char* name = Data::MetadataRecordName(type, subtype);
+  return name != nullptr ? std::string("meta.") + name : std::string();
+}
+
+bool MatchesSomeRecord(const std::string& glob) {
+  for (uint32_t type = Data::kMetadataText; type <= Data::kMetadataRaw; ++type) {
+    for (uint32_t subtype = 1;; ++subtype) {
+      const std::string name = RecordName(type, subtype);
+      if (!name.empty() && Matches(glob, name.c_str())) {
+        return true;
+      }
+      if (name.empty() || type == Data::kMetadataRaw) {
+        break;
+      }
+    }
+  }
+  return false;
+}
+
+// Adds the option; what `set` throws becomes a usage error. Given twice, it adds up.
+void AddListOption(CLI::App* command, const std::string& name, const std::string& description,
+                   const std::string& form, const std::function<void(const std::string&)>& set) {
+  const auto parse = [name, set](const std::string& text) {
+    try {
+      set(text);
+    } catch (const std::invalid_argument& error) {
+      throw CLI::ValidationError(name, error.what());
+    }
+  };
+  command->add_option_function<std::string>(name, parse, description)
+      ->type_name(form)
+      ->join()
+      ->group("Selection");
+}
+
+}  // namespace
+
+Ranges::Ranges(std::string_view text) {
+  ranges_.clear();
+  std::vector<Range> parts;
+  ForEachPart(text, [&](std::string_view part) { parts.push_back(ParseRange(part)); });
+  std::ranges::sort(parts, {}, &Range::first);
+  for (const Range& part : parts) {
+    if (!ranges_.empty() && (Last() == UINT32_MAX || part.first <= Last() + 1)) {
+      ranges_.back().last = std::max(Last(), part.last);
+    } else {
+      ranges_.push_back(part);
+    }
+  }
+}
+
+bool Ranges::Contains(uint32_t number) const {
+  const Range* range = Next(number);
+  return range != nullptr && range->first <= number;
+}
+
+const Ranges::Range* Ranges::Next(uint32_t number) const {
+  const auto range = std::ranges::lower_bound(ranges_, number, {}, &Range::last);
+  return range != ranges_.end() ? &*range : nullptr;
+}
+
+const Selection& Selection::Everything() {
+  static const Selection everything;
+  return everything;
+}
+
+void Selection::SetCalls(std::string_view globs) {
+  ForEachPart(globs, [this](std::string_view part) {
+    const bool excludes = part.front() == '!';
+    const std::string glob(part.substr(excludes ? 1 : 0));
+    if (!MatchesSomeCall(glob) && !MatchesSomeRecord(glob)) {
+      Refuse(part, "matches no call and no metadata record");
+    }
+    (excludes ? excluded_ : included_).push_back(glob);
+  });
+  FindSelectedCalls();
+}
+
+void Selection::SetClasses(std::string_view classes) {
+  ForEachPart(classes, [this](std::string_view part) {
+    const auto* const found = std::ranges::find(kClasses, part, Data::CallClassName);
+    if (found == std::end(kClasses)) {
+      std::string names;
+      for (const Data::CallClass known : kClasses) {
+        names += names.empty() ? "" : ", ";
+        names += Data::CallClassName(known);
+      }
+      Refuse(part, "is no class of calls: there are " + names);
+    }
+    classes_.push_back(*found);
+  });
+  FindSelectedCalls();
+}
+
+bool Selection::SelectsMetadata(uint32_t type, uint32_t subtype) const {
+  if (SelectsAllCalls()) {
+    return true;
+  }
+  // Records belong to no class.
+  const std::string name = RecordName(type, subtype);
+  return classes_.empty() && (name.empty() ? included_.empty() : NameIsSelected(name.c_str()));
+}
+
+bool Selection::SelectsAllCalls() const {
+  return included_.empty() && excluded_.empty() && classes_.empty();
+}
+
+bool Selection::NameIsSelected(const char* name) const {
+  const auto matches = [name](const std::string& glob) { return Matches(glob, name); };
+  return (included_.empty() || std::ranges::any_of(included_, matches)) &&
+         std::ranges::none_of(excluded_, matches);
+}
+
+void Selection::FindSelectedCalls() {
+  if (included_.empty() && classes_.empty()) {
+    calls_.set();
+  } else {
+    calls_.reset();
+  }
+  ForEachCall([this](const Data::CallDesc& call) {
+    const bool classIsSelected =
+        classes_.empty() || std::ranges::find(classes_, call.callClass) != classes_.end();
+    calls_[static_cast<uint16_t>(call.id)] = classIsSelected && NameIsSelected(call.name);
+  });
+}
+
+void AddSelectionOptions(CLI::App* command, Selection* selection) {
+  AddListOption(command, "--frames", "ordinals of frames, from 1; 0 for set-up calls",
+                "10-20,35,100-",
+                [selection](const std::string& text) { selection->frames = Ranges(text); });
+  AddListOption(command, "--threads", "recorded thread ids", "1,4101",
+                [selection](const std::string& text) { selection->threads = Ranges(text); });
+  AddListOption(command, "--calls", "calls and metadata records by name, all but those with a !",
+                "'glDraw*,!glGet*'",
+                [selection](const std::string& text) { selection->SetCalls(text); });
+  std::string choices;
+  std::string names;
+  for (const Data::CallClass known : kClasses) {
+    const std::string gap = choices.empty() ? "" : ",";
+    choices += gap + Data::CallClassName(known);
+    names += gap + " " + Data::CallClassName(known);
+  }
+  AddListOption(command, "--class", "classes of calls:" + names, "draw,upload:{" + choices + "}",
+                [selection](const std::string& text) { selection->SetClasses(text); });
+}

@@ -1,0 +1,141 @@
+#include "inspect/parallel/InOrder.h"
+
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+// What may wait of the piece whose turn it is, and of all others together.
+constexpr size_t kMaxBytes = size_t{1} << 20;
+// Pieces that may be begun and not yet done with; most have few bytes or none.
+constexpr size_t kMaxPieces = 64;
+
+}  // namespace
+
+void InOrder::Run(unsigned threads, Source source) {
+  InOrder order(std::move(source));
+  {
+    std::vector<std::jthread> workers;
+    try {
+      while (workers.size() + 1 < threads) {
+        workers.emplace_back([&order] { order.WorkOnPieces(); });
+      }
+    } catch (const std::system_error&) {
+      // Fewer do, too.
+    }
+    order.WorkOnPieces();
+  }
+  if (order.failure_ != nullptr) std::rethrow_exception(order.failure_);
+}
+
+void InOrder::WorkOnPieces() {
+  Work work;
+  while (const std::shared_ptr<Piece> piece = NextPiece(&work)) {
+    Turn turn(this, piece.get());
+    std::exception_ptr failure;
+    try {
+      work(&turn);
+    } catch (const Stopped&) {
+      return;
+    } catch (...) {
+      failure = std::current_exception();
+    }
+    work = nullptr;
+    std::unique_lock lock(mutex_);
+    piece->failure = failure;
+    piece->ended = true;
+    TakeActions(&lock);
+  }
+}
+
+// Null when there is nothing more to do.
+std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
+  const std::lock_guard sourceLock(sourceMutex_);
+  {
+    std::unique_lock lock(mutex_);
+    workersMayGoOn_.wait(lock, [this] { return stopped_ || pieces_.size() < kMaxPieces; });
+    if (stopped_ || sourceIsEmpty_) return nullptr;
+  }
+  auto piece = std::make_shared<Piece>();
+  try {
+    *work = source_();
+  } catch (...) {
+    *work = [failure = std::current_exception()](Turn*) { std::rethrow_exception(failure); };
+  }
+  const std::lock_guard lock(mutex_);
+  if (*work == nullptr) {
+    sourceIsEmpty_ = true;
+    return nullptr;
+  }
+  pieces_.push_back(piece);
+  return piece;
+}
+
+// Does what may be done now, unless another thread is at it, which does this, too.
+void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
+  if (actionsAreTaken_) return;
+  actionsAreTaken_ = true;
+  while (!stopped_ && !pieces_.empty() && pieces_.front()->IsWorthTaking()) {
+    Piece& piece = *pieces_.front();
+    if (!piece.actions.empty()) {
+      std::deque<Action> actions = std::exchange(piece.actions, {});
+      const size_t bytes = piece.bytes;
+      lock->unlock();
+      std::exception_ptr failure;
+      try {
+        for (; !actions.empty(); actions.pop_front()) actions.front()();
+      } catch (...) {
+        failure = std::current_exception();
+      }
+      lock->lock();
+      piece.bytes -= bytes;
+      bytes_ -= bytes;
+      if (failure != nullptr) Stop(failure);
+    } else if (piece.failure != nullptr || piece.isLast) {
+      Stop(piece.failure);
+    } else {
+      pieces_.pop_front();
+    }
+    workersMayGoOn_.notify_all();
+  }
+  actionsAreTaken_ = false;
+}
+
+// Of few bytes it is not worth while to free the lock.
+bool InOrder::Piece::IsWorthTaking() const { return ended || bytes >= kMaxBytes / 2; }
+
+void InOrder::Stop(std::exception_ptr failure) {
+  failure_ = std::move(failure);
+  stopped_ = true;
+}
+
+template <typename Condition>
+void InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
+  workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });
+  if (stopped_) throw Stopped();
+}
+
+void InOrder::Turn::Do(size_t bytes, Action action) {
+  std::unique_lock lock(order_->mutex_);
+  // Whoever's turn it is does not wait for others, or they would wait for each other.
+  order_->Wait(&lock, [this] {
+    const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
+    return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
+  });
+  piece_->actions.push_back(std::move(action));
+  piece_->bytes += bytes;
+  order_->bytes_ += bytes;
+  order_->TakeActions(&lock);
+}
+
+void InOrder::Turn::Await() {
+  std::unique_lock lock(order_->mutex_);
+  order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; });
+}
+
+void InOrder::Turn::IsLast() {
+  const std::lock_guard lock(order_->mutex_);
+  piece_->isLast = true;
+}

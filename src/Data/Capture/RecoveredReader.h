@@ -1,0 +1,57 @@
+// Reads an unfinished or cut capture as if it were finished.
+#ifndef DCAPKIT_DATA_RECOVEREDREADER_H
+#define DCAPKIT_DATA_RECOVEREDREADER_H
+
+#include <cstdint>
+#include <memory>
+
+#include "Core/DataReader.h"
+#include "Core/Export.h"
+#include "Data/Capture/CaptureRecovery.h"
+
+namespace Data {
+
+/// A `DataReader` that shows a capture as `CaptureRecovery` would finish it, and writes nothing:
+///
+///     auto file = std::make_shared<Core::StdioReader>(path);
+///     auto capture = std::make_shared<Data::RecoveredReader>(file, file->Size());
+///     processor.Initialize(&consumer, capture, capture->Size());
+///
+/// Of a finished capture it shows the bytes as they are. A file longer than the capture ends where
+/// the capture does.
+class DCAPKIT_API RecoveredReader : public Core::DataReader {
+ public:
+  /// Examines the capture of `fileSize` bytes behind `source`, shares the source, and stands at the
+  /// start. Throws what `CaptureRecovery::Examine` throws.
+  RecoveredReader(std::shared_ptr<Core::DataReader> source, uint64_t fileSize);
+
+  /// The same for a capture that was examined before, through this source or another one.
+  RecoveredReader(std::shared_ptr<Core::DataReader> source, const CaptureRecovery& recovery);
+
+  RecoveredReader(const RecoveredReader&) = delete;
+  RecoveredReader& operator=(const RecoveredReader&) = delete;
+  ~RecoveredReader() override;
+
+  /// What is supplied and what is left out.
+  [[nodiscard]] const CaptureRecovery& Recovery() const { return recovery_; }
+
+  [[nodiscard]] bool IsValid() const override;
+  void Close() override;
+  unsigned long Read(void* buffer, unsigned long size) override;
+
+  /// Bytes in the finished capture.
+  [[nodiscard]] uint64_t Size() const override;
+  [[nodiscard]] bool AtEof() const override;
+  int Seek(int origin, int64_t offset) override;
+  [[nodiscard]] uint64_t Tell() const override;
+
+ private:
+  // The source stands at position_, or at the end of the kept bytes when that is less.
+  std::shared_ptr<Core::DataReader> source_;
+  CaptureRecovery recovery_;
+  uint64_t position_ = 0;
+};
+
+}  // namespace Data
+
+#endif  // DCAPKIT_DATA_RECOVEREDREADER_H

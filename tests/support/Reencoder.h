@@ -1,0 +1,89 @@
+// Decodes the calls of a capture, encodes them again, and writes them.
+#ifndef DCAPKIT_TESTS_REENCODER_H
+#define DCAPKIT_TESTS_REENCODER_H
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "Core/MemoryReader.h"
+#include "Data/Calls/EGLEncoder.h"
+#include "Data/Calls/GLEncoder.h"
+#include "Data/Capture/DCAPWriteConsumer.h"
+#include "Data/DCAPFileProcessor.h"
+#include "Data/EGLDecoder.h"
+#include "Data/GLDecoder.h"
+
+#include "support/MemoryWriter.h"
+
+/// Writes the capture that it receives with every payload made by the encoders. Payloads that come
+/// out different are written as they were, and counted.
+template <typename GLEncoderType = Data::GLEncoder>
+class Reencoder : public Data::DCAPWriteConsumer, private Data::CallSink {
+ public:
+  explicit Reencoder(std::shared_ptr<Core::DataWriter> output)
+      : DCAPWriteConsumer(std::move(output)) {
+    eglDecoder_.AddAdapter(&eglEncoder_);
+    glDecoder_.AddAdapter(&glEncoder_);
+  }
+
+  Data::DCAPWriterOptions ChooseOptions(const Data::FileHeader& header) const override {
+    Data::DCAPWriterOptions options(header);
+    options.compression = compression.value_or(options.compression);
+    return options;
+  }
+
+  void ProcessFunctionCall(const Data::SubBlockHeader& header, const Data::FunctionCallDesc& desc,
+                           const unsigned char* data, unsigned int size) override {
+    original_ = {data, size};
+    header_ = header;
+    encoded_ = 0;
+    same_ = false;
+    const auto id = static_cast<Data::ApiCallType>(desc.callId);
+    if (eglDecoder_.SupportsId(id)) eglDecoder_.ProcessFunctionCall(id, data, size);
+    if (glDecoder_.SupportsId(id)) glDecoder_.ProcessFunctionCall(id, data, size);
+    if (encoded_ == 1 && same_) {
+      ++exact;
+    } else {
+      ++raw[desc.callId];
+      DCAPWriteConsumer::ProcessFunctionCall(header, desc, data, size);
+    }
+  }
+
+  std::optional<Data::CompressionType>
+      compression;                 ///< of the output, if it is not to be that of the input
+  size_t exact = 0;                ///< calls that were written as they were encoded
+  std::map<uint16_t, size_t> raw;  ///< calls that came out different, by identifier
+
+ private:
+  void EncodedCall(Data::ApiCallType id, const uint8_t* payload, uint32_t size) override {
+    ++encoded_;
+    same_ = std::ranges::equal(original_, std::span(payload, size));
+    if (same_) Writer()->WriteFunctionCall(header_.threadId, id, payload, size);
+  }
+
+  Data::EGLDecoder eglDecoder_;
+  Data::GLDecoder glDecoder_;
+  Data::EGLEncoder eglEncoder_{this};
+  GLEncoderType glEncoder_{this};
+  std::span<const uint8_t> original_;
+  Data::SubBlockHeader header_{};
+  int encoded_ = 0;
+  bool same_ = false;
+};
+
+/// Feeds the whole of a capture to a consumer that writes, and finishes what it wrote.
+inline void Process(std::span<const uint8_t> capture, Data::DCAPWriteConsumer* consumer) {
+  Data::DCAPFileProcessor processor;
+  processor.Initialize(consumer, std::make_shared<Core::MemoryReader>(capture), capture.size());
+  processor.processNextType2Block = true;
+  while (processor.ProcessNextBlock()) processor.processNextType2Block = true;
+  consumer->Close();
+}
+
+#endif  // DCAPKIT_TESTS_REENCODER_H

@@ -1,0 +1,273 @@
+// Captures whose calls are decoded and encoded again: what comes out is what went in.
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "Core/Exceptions.h"
+#include "Core/Log.h"
+#include "Data/Calls/CallTable.h"
+#include "Data/Calls/MadePointer.h"
+
+#include "support/AllocationMeter.h"
+#include "support/CaptureBuilder.h"
+#include "support/MemoryWriter.h"
+#include "support/PayloadBuilder.h"
+#include "support/RandomCapture.h"
+#include "support/Reencoder.h"
+
+namespace Data {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+
+// Log lines go nowhere: odd payloads have many.
+class Silence : public Core::Log::Sink {
+ public:
+  Silence() : previous_(Core::Log::SetSink(this)) {}
+  ~Silence() override { Core::Log::SetSink(previous_); }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+  void Write(const Core::Log::Record& /*record*/) override {}
+
+ private:
+  Core::Log::Sink* previous_;
+};
+
+template <typename GLEncoderType = GLEncoder>
+struct Reencoded {
+  explicit Reencoded(const std::vector<uint8_t>& capture,
+                     std::optional<CompressionType> compression = {}) {
+    reencoder.compression = compression;
+    Process(capture, &reencoder);
+  }
+
+  std::shared_ptr<MemoryWriter> output = std::make_shared<MemoryWriter>();
+  Reencoder<GLEncoderType> reencoder{output};
+};
+
+constexpr uint32_t kRandomCaptures = 10000;
+
+TEST(ReencodeTest, RandomCapturesComeOutAsTheyWentIn) {
+  const Silence silence;
+  std::set<ApiCallType> calls;
+  size_t saved[3] = {};  // bytes, by compression
+  for (uint32_t seed = 0; seed < kRandomCaptures; ++seed) {
+    const RandomCapture capture(seed);
+    const std::vector<uint8_t> bytes = capture.Finish();
+    calls.insert(capture.Calls().begin(), capture.Calls().end());
+    // Two of three make the way through a compressed capture.
+    const auto compression = static_cast<CompressionType>(seed % 3);
+    const Reencoded<> there(bytes, compression);
+    ASSERT_THAT(there.reencoder.raw, IsEmpty()) << "seed " << seed;
+    saved[compression] += bytes.size() - there.output->bytes.size();
+    const Reencoded<> back(there.output->bytes, kCompressionNone);
+    ASSERT_THAT(back.reencoder.raw, IsEmpty()) << "seed " << seed;
+    ASSERT_EQ(back.output->bytes, bytes) << "seed " << seed;
+  }
+  EXPECT_EQ(calls.size(), AllCalls(Api::kEGL).size() + AllCalls(Api::kGLES).size());
+  EXPECT_EQ(saved[kCompressionNone], 0u);
+  EXPECT_GT(saved[kCompressionLZ4], 50000u);
+  EXPECT_GT(saved[kCompressionLZ77], 50000u);
+}
+
+TEST(ReencodeTest, WhatCallsDoNotCarryIsNoticedAndPassedOnRaw) {
+  const Silence silence;
+  for (uint32_t seed = 0; seed < 1000; ++seed) {
+    const RandomCapture capture(seed, RandomCapture::kSome);
+    const std::vector<uint8_t> bytes = capture.Finish();
+    const Reencoded<> again(bytes);
+    size_t raw = 0;
+    for (const auto& [id, count] : again.reencoder.raw) raw += count;
+    ASSERT_EQ(raw, capture.OddCalls()) << "seed " << seed;
+    ASSERT_EQ(again.output->bytes, bytes) << "seed " << seed;
+  }
+}
+
+TEST(ReencodeTest, OneWrongByteInOneEncoderIsNoticed) {
+  class Faulty : public GLEncoder {
+   public:
+    using GLEncoder::GLEncoder;
+    void glUniform1i(int32_t location, int32_t v0) override {
+      GLEncoder::glUniform1i(location, v0 ^ 0x100);
+    }
+  };
+  CaptureBuilder capture;
+  capture.FrameBlock(1).Call(0x9071, Bytes().I32(3).I32(4)).Call(0x9003, Bytes().U32s({1, 2}));
+  EXPECT_THAT(Reencoded<Faulty>(capture.Finish()).reencoder.raw, ElementsAre(Pair(0x9071, 1)));
+}
+
+template <typename T>
+T Load(const std::vector<uint8_t>& bytes, size_t offset) {
+  T value{};
+  std::memcpy(&value, &bytes.at(offset), sizeof(value));
+  return value;
+}
+
+std::vector<uint8_t> FileBytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+TEST(ReencodeTest, CapturesOfRealProgramsComeOutAsTheyWentIn) {
+  const Silence silence;
+  size_t captures = 0;
+  std::error_code none;
+  for (const auto& entry : std::filesystem::directory_iterator(DCAPKIT_CAPTURES_DIR, none)) {
+    const std::string name = entry.path().stem();
+    if (entry.path().extension() != ".dcap" || name.ends_with("-unfinished")) continue;
+    ++captures;
+    const std::vector<uint8_t> bytes = FileBytes(entry.path());
+    const Reencoded<> inflated(bytes, kCompressionNone);
+    const Reencoded<> again(bytes);
+    for (const auto& [id, count] : again.reencoder.raw) {
+      // One has the addresses of client memory, which operations do not carry.
+      const bool carriesMemory =
+          FindCall(static_cast<ApiCallType>(id))->callClass == CallClass::kDraw || id == 0x909C ||
+          id == 0x90A9;
+      EXPECT_TRUE(carriesMemory && name == "features-setup-block") << name << ": " << id;
+    }
+    if (inflated.output->bytes == bytes) {
+      EXPECT_EQ(again.output->bytes, bytes) << name;
+    } else {
+      // A compressed capture: other compressors make other bytes, but of the same payloads.
+      EXPECT_NE((Load<uint32_t>(bytes, 8) & kOptionCompressionMask), 0u) << name;
+      const Reencoded<> inflatedAgain(again.output->bytes, kCompressionNone);
+      EXPECT_EQ(inflatedAgain.output->bytes, inflated.output->bytes) << name;
+      EXPECT_TRUE(std::equal(bytes.begin(), bytes.begin() + 24, again.output->bytes.begin()))
+          << name;
+    }
+  }
+  if (captures == 0) GTEST_SKIP() << "no captures here";
+}
+
+// Typed calls made by a program ------------------------------------------------------------------
+
+class Collector : public CallSink {
+ public:
+  void EncodedCall(ApiCallType id, const uint8_t* payload, uint32_t size) override {
+    calls.emplace_back(id, std::vector<uint8_t>(payload, payload + size));
+  }
+  std::vector<std::pair<ApiCallType, std::vector<uint8_t>>> calls;
+};
+
+std::vector<uint8_t> Vector(const Bytes& bytes) {
+  return {bytes.Data(), bytes.Data() + bytes.Size()};
+}
+
+class EncoderTest : public testing::Test {
+ protected:
+  template <typename Action>
+  static std::string Failure(Action action) {
+    try {
+      action();
+    } catch (const Core::BasicException& exception) {
+      return exception.what();
+    }
+    return "";
+  }
+
+  // The payload of the latest call.
+  std::vector<uint8_t> Payload() const { return collector_.calls.back().second; }
+
+  Collector collector_;
+  EGLEncoder egl_{&collector_};
+  GLEncoder gl_{&collector_};
+};
+
+TEST_F(EncoderTest, PointersOfEveryKindCanBeMade) {
+  gl_.glGenTextures(2, MadePointer::Array<uint32_t>({7, 8}));
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Array<uint32_t>({7, 8})));
+  gl_.glGenTextures(0, MadePointer::Array<uint32_t>({}, 0xABCD));
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(0).Array<uint32_t>({}, 0xABCD)));
+  gl_.glShaderSource(3, 2, MadePointer::Strings({"one", ""}), MadePointer::Null());
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(2).Strings({"one", ""}).Null()));
+  gl_.glShaderSource(3, 0, MadePointer::Strings({}), MadePointer::Null());
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(0).Strings({}).Null()));
+  gl_.glGetUniformLocation(-1, 3, MadePointer::String("angle", 5));
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).String("angle", 5).I32(-1)));
+  egl_.eglInitialize(1, 2, MadePointer::Value(1), MadePointer::Value(5));
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Value(1).Value(5).U32(1)));
+  gl_.glVertexAttribPointer(0, 4, 0x1406, 0, 16, MadePointer::Null(64));
+  EXPECT_EQ(Payload(), Vector(Bytes().U32s({0, 4, 0x1406, 0, 16}).Address(64)));
+  EXPECT_THAT(collector_.calls.front().first, ApiCallType::glGenTextures);
+}
+
+TEST_F(EncoderTest, ClientMemoryTravelsWithTheCallThatFollows) {
+  unsigned char memory[] = "....abcd";
+  gl_.VertexAttribPointerData(1, 2, 3, 4, 5, memory, 4, 4);
+  gl_.VertexAttribIPointerData(6, 7, 8, 9, nullptr, 0, 10);
+  gl_.glDrawArrays(4, 0, 3);
+  Bytes draw = Bytes().U32s({4, 0, 3, 2, 0x908C, 1, 2, 3, 4, 5, 4, 2, 4}).Text("abcd");
+  EXPECT_EQ(Payload(), Vector(draw.U32s({0x90B5, 6, 7, 8, 9, 10, 2, 0})));
+  gl_.glDrawArrays(4, 0, 3);
+  EXPECT_EQ(Payload(), Vector(Bytes().U32s({4, 0, 3, 0}))) << "the records are used up";
+
+  gl_.FlushMappedBufferRangeData(1, 2, 8, memory);
+  gl_.glFlushMappedBufferRange(1, 2, 8);
+  EXPECT_EQ(Payload(), Vector(Bytes().U32s({1, 2, 8, 2, 8}).Text("....abcd")));
+  gl_.glUnmapBuffer(1, 2);
+  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Null().U32(1))) << "the bytes are used up";
+}
+
+TEST_F(EncoderTest, PointersThatDoNotFitTheirParameterAreRefused) {
+  const auto refused = [&](const PointerData* pointer) {
+    return Failure([&] { gl_.glGenTextures(1, pointer); }) == CallEncoder::PointerFailMsg;
+  };
+  EXPECT_TRUE(refused(MadePointer::Array<uint64_t>({1})));
+  EXPECT_TRUE(refused(MadePointer::Value(uint8_t{1})));
+  PointerData emptied;
+  emptied.flags = PointerKindString;
+  emptied.count = 3;
+  EXPECT_TRUE(refused(&emptied));
+  EXPECT_FALSE(refused(MadePointer::Array<int32_t>({1})));
+}
+
+TEST_F(EncoderTest, SizesBeyond32BitsAreRefused) {
+  const auto tooLarge = CallEncoder::PayloadTooLargeMsg;
+  PointerData huge;
+  huge.flags = PointerKindArray;
+  huge.arrayData = new uint8_t[1];
+  huge.count = UINT32_MAX;
+  huge.elementSize = 4;
+  EXPECT_EQ(Failure([&] { gl_.glGenTextures(1, &huge); }), tooLarge);
+  const std::span<const uint8_t> bytes(huge.arrayData, uint64_t{1} << 32);
+  EXPECT_EQ(Failure([&] { MadePointer::Array(bytes); }), tooLarge);
+}
+
+TEST_F(EncoderTest, SteadyEncodingAllocatesNothing) {
+  class Nowhere : public CallSink {
+    void EncodedCall(ApiCallType /*id*/, const uint8_t* /*payload*/, uint32_t /*size*/) override {}
+  } nowhere;
+  GLEncoder gl(&nowhere);
+  const MadePointer upload =
+      MadePointer::Array(std::span<const uint8_t>(std::vector<uint8_t>(1000)));
+  unsigned char memory[100] = {};
+  const auto encode = [&] {
+    gl.glBindBuffer(1, 2);
+    gl.glBufferData(1, 1000, upload, 3);
+    gl.VertexAttribPointerData(1, 2, 3, 4, 5, memory, sizeof(memory), 0);
+    gl.glDrawArrays(4, 0, 3);
+    gl.UnmapBufferData(1, sizeof(memory), memory);
+    gl.glUnmapBuffer(1, 2);
+  };
+  encode();
+  const AllocationMeter meter;
+  encode();
+  EXPECT_EQ(AllocationMeter::Largest(), 0u);
+}
+
+}  // namespace
+}  // namespace Data
