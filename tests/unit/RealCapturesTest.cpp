@@ -19,6 +19,7 @@
 #include "Data/DCAPFileProcessor.h"
 
 #include "support/LogCollector.h"
+#include "support/RealCaptures.h"
 
 namespace {
 
@@ -82,21 +83,16 @@ class Counter : public Data::DCAPConsumer {
 
 class RealCapturesTest : public testing::Test {
  protected:
-  void SetUp() override {
-    if (!fs::exists(directory)) GTEST_SKIP() << "no captures in " << directory;
-  }
   void TearDown() override { fs::remove(scratch); }
-  const fs::path directory = DCAPKIT_CAPTURES_DIR;
   const fs::path scratch =
       fs::path(testing::TempDir()) / ("RealCapturesTest" + std::to_string(getpid()) + ".dcap");
 };
 
 TEST_F(RealCapturesTest, EveryCaptureHoldsWhatItsSummarySays) {
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
-    if (entry.path().extension() != ".dcap") continue;
-    SCOPED_TRACE(entry.path());
-    const std::string summary = ReadFile(fs::path(entry.path()).replace_extension(".summary.json"));
-    fs::copy_file(entry.path(), scratch, fs::copy_options::overwrite_existing);
+  for (const fs::path& path : RealCaptures()) {
+    SCOPED_TRACE(path);
+    const std::string summary = ReadFile(fs::path(path).replace_extension(".summary.json"));
+    fs::copy_file(path, scratch, fs::copy_options::overwrite_existing);
     fs::permissions(scratch, fs::perms::owner_write, fs::perm_options::add);
     const LogCollector log;
     Data::CaptureFileUtil::EnsureFinalization(scratch);
@@ -114,7 +110,9 @@ TEST_F(RealCapturesTest, EveryCaptureHoldsWhatItsSummarySays) {
     EXPECT_THAT(Numbers(summary, "frame_blocks"), testing::ElementsAre(counter.frames));
     EXPECT_THAT(Numbers(summary, "set_up_blocks"), testing::ElementsAre(counter.setUps));
     EXPECT_THAT(Numbers(summary, "calls"), testing::ElementsAre(counter.calls));
-    EXPECT_EQ(Numbers(summary, "sub_blocks").at(1), counter.records);
+    const std::vector<uint64_t> subBlocks =
+        Numbers(summary, "sub_blocks");  // type, count, type ...
+    EXPECT_EQ(subBlocks.at(0) == 1 ? subBlocks.at(1) : 0, counter.records);
     if (!Numbers(summary, "thread_ids").empty()) {
       EXPECT_THAT(Numbers(summary, "thread_ids"), testing::ElementsAreArray(counter.threads));
     }
@@ -122,13 +120,6 @@ TEST_F(RealCapturesTest, EveryCaptureHoldsWhatItsSummarySays) {
     EXPECT_EQ(index.size(), counter.frames);
     EXPECT_TRUE(counter.ended);
   }
-}
-
-TEST_F(RealCapturesTest, FinalizingTheUnfinishedVideoGivesTheFinishedOne) {
-  fs::copy_file(directory / "video-unfinished.dcap", scratch, fs::copy_options::overwrite_existing);
-  fs::permissions(scratch, fs::perms::owner_write, fs::perm_options::add);
-  Data::CaptureFileUtil::EnsureFinalization(scratch);
-  EXPECT_TRUE(ReadFile(scratch) == ReadFile(directory / "video.dcap"));
 }
 
 }  // namespace
