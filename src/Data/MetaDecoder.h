@@ -3,10 +3,10 @@
 #define DCAPKIT_DATA_METADECODER_H
 
 #include <cstdint>
-#include <vector>
 
 #include "Core/Export.h"
 #include "Data/MetaHandler.h"
+#include "Data/Registry.h"
 
 namespace Data {
 
@@ -37,7 +37,7 @@ DCAPKIT_API const char* MetadataRecordName(uint32_t type, uint32_t subtype);
 /// read, and its log lines written.
 class DCAPKIT_API MetaDecoder {
  public:
-  MetaDecoder() = default;
+  MetaDecoder();
   MetaDecoder(const MetaDecoder&) = delete;
   MetaDecoder& operator=(const MetaDecoder&) = delete;
   virtual ~MetaDecoder();
@@ -77,7 +77,7 @@ class DCAPKIT_API MetaDecoder {
 
  private:
   uint32_t currentThreadId_ = 0;
-  std::vector<MetaHandler*> handlers_;
+  Registry<MetaHandler> handlers_;
 };
 
 }  // namespace Data
