@@ -48,8 +48,8 @@ class Registry {
  private:
   // Loops bear no cost of all this: they walk from a begin to an end that they read at their start.
   // So entries keep their places, and an array that became too small stays until the registry goes.
-  // Places of `nobody_` are closed up where that makes an array large enough; a loop that runs just
-  // then may miss a listener.
+  // Only when most places of a full array are those of `nobody_` are they closed up; a loop that
+  // runs just then may miss a listener.
   struct Array {
     std::unique_ptr<Listener*[]> entries;
     size_t size;
@@ -57,13 +57,15 @@ class Registry {
 
   void MakeRoom() {
     const auto used = static_cast<size_t>(end_ - begin_);
-    Listener** end = std::remove(begin_, end_, nobody_);
-    std::fill(end, end_, nobody_);
-    end_ = end;
-    if (static_cast<size_t>(end_ - begin_) < used / 2) return;
+    const auto gaps = static_cast<size_t>(std::count(begin_, end_, nobody_));
+    if (gaps > used / 2) {
+      end_ = std::remove(begin_, end_, nobody_);
+      std::fill(end_, limit_, nobody_);
+      return;
+    }
     const size_t size = 2 * used + 2;
     Array& grown = arrays_.emplace_back(Array{std::make_unique<Listener*[]>(size), size});
-    end_ = std::copy(begin_, end_, grown.entries.get());
+    end_ = std::remove_copy(begin_, end_, grown.entries.get(), nobody_);
     begin_ = grown.entries.get();
     limit_ = begin_ + size;
   }
