@@ -167,7 +167,11 @@ def Identifiers(tables):
         text += f"  // {table.api}: 0x{table.first:04X} to 0x{table.last:04X}\n"
         text += "".join(f"  {call.name} = 0x{call.id:04X},\n"
                         for call in sorted(table.calls, key=lambda call: call.id))
-    return text + "};\n" + FOOTER + "\n#endif  // DCAPKIT_DATA_APICALLTYPE_H\n"
+    text += "};\n\n// The range of each interface; what has no enumerator in it is reserved.\n"
+    for table in tables:
+        text += (f"inline constexpr uint32_t kFirst{table.api}Call = 0x{table.first:04X};\n"
+                 f"inline constexpr uint32_t k{table.api}CallIds = {table.last - table.first + 1};\n")
+    return text + FOOTER + "\n#endif  // DCAPKIT_DATA_APICALLTYPE_H\n"
 
 
 def PathOf(name):

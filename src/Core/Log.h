@@ -33,7 +33,8 @@ class DCAPKIT_API Log {
     const char* message;  ///< formatted text, without a line feed, never cut off
   };
 
-  /// Receives log lines. Borrowed by `SetSink`, never deleted.
+  /// Receives log lines. Borrowed by `SetSink`, never deleted. `Write` must not throw: it is called
+  /// where the library does not expect it.
   class DCAPKIT_API Sink {
    public:
     virtual ~Sink() = default;

@@ -2,9 +2,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <utility>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "Core/Detail/CopyBytes.h"
 
@@ -17,46 +21,53 @@ constexpr unsigned long kLargestFetch = 1024ul * 1024;
 constexpr unsigned long kBufferSize = kLargestFetch + 64ul * 1024;
 constexpr unsigned long kFirstFetch = 4096;
 constexpr unsigned long kFetchGrowth = 4;
+// Of scattered bytes: enough for any header of a capture.
+constexpr unsigned long kScatteredFetch = 64;
 
-std::FILE* OpenFile(const std::string& path) {
-  std::FILE* file = nullptr;
+int OpenFile(const std::string& path) {
+  int file = -1;
   do {
-    file = std::fopen(path.c_str(), "rbe");
-  } while (file == nullptr && errno == EINTR);
+    file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  } while (file < 0 && errno == EINTR);
+  struct stat status {};
+  if (file >= 0 && fstat(file, &status) == 0 && S_ISDIR(status.st_mode)) {
+    close(file);
+    errno = EISDIR;
+    return -1;
+  }
   return file;
 }
 
-bool IsDirectory(std::FILE* file) {
-  struct stat status {};
-  return fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode);
+int OpenAgain(int file, bool seekable) {
+  // A descriptor of its own, since threads that share one wait for each other.
+  return file < 0 || !seekable ? -1 : OpenFile("/proc/self/fd/" + std::to_string(file));
 }
 
 }  // namespace
 
-void StdioReader::Closer::operator()(std::FILE* file) const { std::fclose(file); }
+StdioReader::StdioReader(const std::string& path, Access access)
+    : StdioReader(OpenFile(path), access) {}
 
-StdioReader::StdioReader(const std::string& path) : file_(OpenFile(path)) {
-  if (file_ && IsDirectory(file_.get())) {
-    file_.reset();
-  }
-  if (!file_) {
-    return;
-  }
-  // The buffer here is the only one: what fread is asked for goes to the system as it is.
-  static_cast<void>(std::setvbuf(file_.get(), nullptr, _IONBF, 0));
+StdioReader::StdioReader(const StdioReader& other, Access access)
+    : StdioReader(OpenAgain(other.file_, other.seekable_), access) {}
+
+StdioReader::StdioReader(int file, Access access) : file_(file), access_(access) {
+  if (file_ < 0) return;
   buffer_ = std::make_unique_for_overwrite<unsigned char[]>(kBufferSize + kLine);
   next_ = limit_ = begin_ = buffer_.get();
-  fetchSize_ = kFirstFetch;
-  seekable_ = fseeko(file_.get(), 0, SEEK_SET) == 0;
+  const int error = errno;
+  seekable_ = lseek(file_, 0, SEEK_SET) == 0;
+  errno = error;
+  fetchSize_ = access == Access::kScattered ? kScatteredFetch : kFirstFetch;
   viewable_ = seekable_ && StdioReader::Size() != 0;
 }
 
-StdioReader::~StdioReader() = default;
+StdioReader::~StdioReader() { StdioReader::Close(); }
 
-bool StdioReader::IsValid() const { return file_ != nullptr; }
+bool StdioReader::IsValid() const { return file_ >= 0; }
 
 void StdioReader::Close() {
-  file_.reset();
+  if (file_ >= 0) close(std::exchange(file_, -1));
   next_ = limit_ = begin_;
   limitPosition_ = 0;
 }
@@ -117,36 +128,27 @@ void StdioReader::GrowFetchSize() const {
 
 // Reads what follows limitPosition_ and moves it on.
 unsigned long StdioReader::FetchBytes(unsigned char* destination, unsigned long size) const {
-  if (!file_ || endHit_) {
-    return 0;
-  }
-  if (filePosition_ != limitPosition_) {
-    if (fseeko(file_.get(), static_cast<off_t>(limitPosition_), SEEK_SET) != 0) {
-      endHit_ = true;  // farther than any file reaches
-      return 0;
-    }
-    filePosition_ = limitPosition_;
-  }
   unsigned long done = 0;
-  while (done < size) {
-    done += std::fread(destination + done, 1, size - done, file_.get());
-    if (done < size) {
-      const int error = errno;
-      endHit_ = std::feof(file_.get()) != 0;
-      std::clearerr(file_.get());
-      if (endHit_ || error != EINTR) {
-        break;
-      }
+  while (done < size && file_ >= 0 && !endHit_) {
+    const uint64_t position = limitPosition_ + done;
+    const ssize_t count =
+        seekable_ ? pread(file_, destination + done, size - done, static_cast<off_t>(position))
+                  : read(file_, destination + done, size - done);
+    if (count > 0) {
+      done += static_cast<unsigned long>(count);
+    } else if (count == 0 || errno == EINVAL) {
+      endHit_ = true;  // EINVAL: farther than any file reaches
+    } else if (errno != EINTR) {
+      break;
     }
   }
-  filePosition_ += done;
-  limitPosition_ = filePosition_;
+  limitPosition_ += done;
   return done;
 }
 
 uint64_t StdioReader::Size() const {
   struct stat status {};
-  if (!file_ || fstat(fileno(file_.get()), &status) != 0 || !S_ISREG(status.st_mode)) {
+  if (file_ < 0 || fstat(file_, &status) != 0 || !S_ISREG(status.st_mode)) {
     return 0;
   }
   return static_cast<uint64_t>(status.st_size);
@@ -156,28 +158,24 @@ bool StdioReader::AtEof() const {
   if (next_ != limit_) {
     return false;
   }
-  if (viewable_ && !endHit_ && file_ && Tell() < Size()) {
+  if (viewable_ && !endHit_ && file_ >= 0 && Tell() < Size()) {
     return false;  // what the buffer holds may be on show
   }
-  return !file_ || endHit_ || (!Fill() && endHit_);
+  return file_ < 0 || endHit_ || (!Fill() && endHit_);
 }
 
 int StdioReader::Seek(int origin, int64_t offset) {
-  if (!file_) {
+  if (file_ < 0) {
     return -1;
   }
   int64_t base = 0;
   if (origin == SEEK_CUR) {
     base = static_cast<int64_t>(Tell());
   } else if (origin == SEEK_END) {
-    if (!seekable_ || fseeko(file_.get(), 0, SEEK_END) != 0) {
-      return -1;
-    }
-    base = ftello(file_.get());
+    base = seekable_ ? lseek(file_, 0, SEEK_END) : -1;
     if (base < 0) {
       return -1;
     }
-    filePosition_ = static_cast<uint64_t>(base);
   } else if (origin != SEEK_SET) {
     return -1;
   }
@@ -210,9 +208,10 @@ bool StdioReader::SkipTo(uint64_t position) {
       return false;
     }
   }
+  const bool isNear = position >= limitPosition_ && position - limitPosition_ < kFirstFetch;
+  fetchSize_ = access_ == Access::kSequential || isNear ? kFirstFetch : kScatteredFetch;
   next_ = limit_ = begin_;
   limitPosition_ = position;
-  fetchSize_ = kFirstFetch;
   expectedEnd_ = 0;
   endHit_ = false;
   return true;
@@ -229,7 +228,7 @@ std::span<const unsigned char> StdioReader::View(unsigned long atLeast, unsigned
 
 // Moves the unread bytes to the start of the buffer and fetches more until there are `count`.
 bool StdioReader::Gather(unsigned long count) {
-  if (!viewable_ || !file_ || count > kBufferSize) {
+  if (!viewable_ || file_ < 0 || count > kBufferSize) {
     return false;
   }
   const auto rest = static_cast<unsigned long>(limit_ - next_);

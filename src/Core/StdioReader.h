@@ -3,7 +3,6 @@
 #define DCAPKIT_CORE_STDIOREADER_H
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -11,7 +10,7 @@
 
 namespace Core {
 
-/// A `DataReader` over a file of any size, or over a pipe as far as that goes.
+/// A `DataReader` over a file of any size. Pipes can only be read forward.
 ///
 /// The reader keeps a buffer of 1088 KiB of its own. A `Read` that the buffer satisfies is one
 /// copy, and a `Seek` inside it touches nothing. A seek elsewhere costs nothing either until bytes
@@ -25,9 +24,20 @@ namespace Core {
 /// Bytes that someone else writes into the file while it is open may or may not be seen.
 class DCAPKIT_API StdioReader : public ViewReader {
  public:
+  /// How the bytes of a file will be read.
+  enum class Access {
+    kSequential,  ///< mostly one behind the other
+    kScattered,   ///< a few here and there, such as headers: after a seek of 4 KiB or more, 64
+                  ///< bytes are fetched where it would be 4 KiB
+  };
+
   /// Opens the file at `path`. Throws nothing for a missing or unreadable file or for a directory:
-  /// `IsValid` is false then.
-  explicit StdioReader(const std::string& path);
+  /// `IsValid` is false then, and `errno` tells why.
+  explicit StdioReader(const std::string& path, Access access = Access::kSequential);
+
+  /// Opens the file of `other` once more, at its start, wherever it has been moved or whatever has
+  /// taken its name. `IsValid` is false when that cannot be done: for a pipe, or once it is closed.
+  StdioReader(const StdioReader& other, Access access);
   StdioReader(const StdioReader&) = delete;
   StdioReader& operator=(const StdioReader&) = delete;
   ~StdioReader() override;
@@ -46,39 +56,35 @@ class DCAPKIT_API StdioReader : public ViewReader {
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
 
-  /// Tells that the bytes from the current position to `end` will all be read, so that they are
-  /// fetched at once, up to 1 MiB, and none behind them with them. What is read is the same. A seek
-  /// to bytes that are not buffered takes it back.
+  /// Hint: everything from the current position up to `end` will be read. Fetches up to 1 MiB at a
+  /// time and nothing beyond `end`. A seek outside the buffer cancels it.
   void ExpectReadsUpTo(uint64_t end) { expectedEnd_ = end; }
 
   /// Shows up to 1 MiB at once of a regular file, of anything else nothing.
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  private:
-  struct Closer {
-    void operator()(std::FILE* file) const;
-  };
+  DCAPKIT_HIDDEN StdioReader(int file, Access access);
+  DCAPKIT_HIDDEN unsigned long ReadSlowly(unsigned char* destination, unsigned long size);
+  DCAPKIT_HIDDEN bool Fill() const;
+  DCAPKIT_HIDDEN bool Gather(unsigned long count);
+  [[nodiscard]] DCAPKIT_HIDDEN unsigned long FetchSize() const;
+  DCAPKIT_HIDDEN void GrowFetchSize() const;
+  DCAPKIT_HIDDEN unsigned long FetchBytes(unsigned char* destination, unsigned long size) const;
+  DCAPKIT_HIDDEN bool SkipTo(uint64_t position);
 
-  unsigned long ReadSlowly(unsigned char* destination, unsigned long size);
-  bool Fill() const;
-  bool Gather(unsigned long count);
-  [[nodiscard]] unsigned long FetchSize() const;
-  void GrowFetchSize() const;
-  unsigned long FetchBytes(unsigned char* destination, unsigned long size) const;
-  bool SkipTo(uint64_t position);
-
-  std::unique_ptr<std::FILE, Closer> file_;
+  int file_;  // a descriptor, or -1
   std::unique_ptr<unsigned char[]> buffer_;
   // Everything below also changes when AtEof looks ahead.
   mutable const unsigned char* begin_ = nullptr;  // what was fetched last, read and unread
   mutable const unsigned char* next_ = nullptr;   // the unread bytes of the buffer
   mutable const unsigned char* limit_ = nullptr;  // their end
   mutable uint64_t limitPosition_ = 0;            // where limit_ lies in the stream
-  mutable uint64_t filePosition_ = 0;             // where file_ stands
   mutable unsigned long fetchSize_ = 0;           // bytes to ask for where no reads are expected
   mutable bool endHit_ = false;
   uint64_t expectedEnd_ = 0;
-  bool seekable_ = false;
+  Access access_;
+  bool seekable_ = false;  // otherwise read(2) has to take what comes next
   bool viewable_ = false;  // whether there is more can be told without overwriting what is on show
 };
 

@@ -9,9 +9,8 @@
 
 namespace Core {
 
-/// What the readers of this library have in common: the processor walks in their memory instead of
-/// in a copy of it. A class derived from one of them it reads like any other `DataReader`, since
-/// that may have a `Read` of its own.
+/// The base of the library's readers, in whose memory captures are walked without a copy. Derived
+/// classes are read through `Read`, which they may override.
 class DCAPKIT_API ViewReader : public DataReader {
  public:
   /// Shows the bytes at the current position, at least `atLeast`, which is not 0, and at most

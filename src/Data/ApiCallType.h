@@ -568,6 +568,12 @@ enum class ApiCallType : uint16_t {
   glExtrapolateTex2DKVRA = 0x9212,
 };
 
+// The range of each interface; what has no enumerator in it is reserved.
+inline constexpr uint32_t kFirstEGLCall = 0x8000;
+inline constexpr uint32_t kEGLCallIds = 67;
+inline constexpr uint32_t kFirstGLCall = 0x9000;
+inline constexpr uint32_t kGLCallIds = 531;
+
 }  // namespace Data
 
 #endif  // DCAPKIT_DATA_APICALLTYPE_H

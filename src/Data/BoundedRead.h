@@ -3,10 +3,14 @@
 #define DCAPKIT_DATA_BOUNDEDREAD_H
 
 #include <cstdint>
+#include <cstring>
 
-#include "Core/Detail/CopyBytes.h"
+#include "Core/Export.h"
 
 namespace Data {
+
+/// Copies `count` bytes that may be many; the ranges do not overlap.
+DCAPKIT_API void CopyContent(void* to, const void* from, uint32_t count);
 
 /// Copies `width` bytes at `offset` of a payload of `size` bytes to `dest`, byte for byte, and
 /// returns `width`. A value that is not there whole returns 0 and leaves `dest` untouched: silently
@@ -16,8 +20,13 @@ namespace Data {
 [[gnu::always_inline]] inline uint32_t BoundedRead(const uint8_t* payload, uint32_t size,
                                                    uint32_t offset, uint32_t width, void* dest,
                                                    void (*onCut)()) {
+  constexpr uint32_t kShort = 2048;
   if (uint64_t{offset} + width <= size) [[likely]] {
-    if (width != 0) Core::CopyBytes(dest, payload + offset, width);
+    if (width > kShort) {
+      CopyContent(dest, payload + offset, width);
+    } else if (width != 0) {
+      std::memcpy(dest, payload + offset, width);
+    }
     return width;
   }
   if (offset < size) onCut();

@@ -13,6 +13,7 @@
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
 #include "Data/Detail/CaptureFileTexts.h"
+#include "Data/Detail/Format.h"
 #include "Util/String.h"
 
 namespace Data {
@@ -35,8 +36,6 @@ FileHeader ReadHeader(Core::DataReader* reader) {
   if (header.fourCC != kDCAPFourCC) throw Core::BasicException(kNotACapture);
   return header;
 }
-
-bool HasTrailers(const FileHeader& header) { return (header.optionMask & kOptionNoTrailers) == 0; }
 
 bool EndsWithTrailer(Core::DataReader* reader, uint64_t fileSize) {
   // As a signed offset a size below 8 lies before the start, where no reader can go.
@@ -79,7 +78,7 @@ bool CaptureFileUtil::IsFileFinalized(std::shared_ptr<Core::DataReader> reader, 
   }
   if (header.frameCount == 0 || header.fileSize == 0) return false;
   if (fileSize != 0 && header.fileSize != fileSize) return false;
-  return !HasTrailers(header) || EndsWithTrailer(reader.get(), fileSize);
+  return !HasTrailers(header.optionMask) || EndsWithTrailer(reader.get(), fileSize);
 }
 
 bool CaptureFileUtil::IsFileFinalized(const std::string& path, uint64_t fileSize) {
@@ -89,7 +88,8 @@ bool CaptureFileUtil::IsFileFinalized(const std::string& path, uint64_t fileSize
 
 bool CaptureFileUtil::IsFinalFrameTrailerNeeded(std::shared_ptr<Core::DataReader> reader,
                                                 uint64_t fileSize) {
-  return HasTrailers(ReadHeader(reader.get())) && !EndsWithTrailer(reader.get(), fileSize);
+  return HasTrailers(ReadHeader(reader.get()).optionMask) &&
+         !EndsWithTrailer(reader.get(), fileSize);
 }
 
 bool CaptureFileUtil::IsFinalFrameTrailerNeeded(const std::string& path, uint64_t fileSize) {

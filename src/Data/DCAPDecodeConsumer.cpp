@@ -1,45 +1,48 @@
 #include "Data/DCAPDecodeConsumer.h"
 
-#include <algorithm>
-#include <typeinfo>
-
+#include "Core/Detail/ExactClass.h"
 #include "Data/ApiCallType.h"
-#include "Data/Calls/Detail/CallDescriptions.h"
-#include "Data/Detail/Registry.h"
+#include "Data/Detail/Format.h"
 #include "Data/EGLDecoder.h"
 #include "Data/GLDecoder.h"
 
 namespace Data {
 
-DCAPDecodeConsumer::DCAPDecodeConsumer() = default;
+DCAPKIT_CLASS_TABLE(kGLDecoderTable, "N4Data9GLDecoderE");
+DCAPKIT_CLASS_TABLE(kEGLDecoderTable, "N4Data10EGLDecoderE");
+
+namespace {
+
+class Deaf : public BlockEventHandler {
+  void ProcessBlockStart(uint32_t /*blockType*/) override {}
+  void ProcessBlockEnd(uint32_t /*blockType*/) override {}
+} deaf;
+
+class Idle : public Decoder {
+  bool SupportsId(ApiCallType /*id*/) override { return false; }
+  void ProcessFunctionCall(ApiCallType /*id*/, const uint8_t* /*data*/,
+                           uint32_t /*size*/) override {}
+  void ProcessMethodCall(ApiCallType /*id*/, uint32_t /*value*/, const uint8_t* /*data*/,
+                         uint32_t /*size*/) override {}
+  void ProcessThreadChange(uint32_t /*threadId*/) override {}
+} idle;
+
+}  // namespace
+
+DCAPDecodeConsumer::DCAPDecodeConsumer() : blockEventHandlers_(&deaf), decoders_(&idle) {}
 
 DCAPDecodeConsumer::~DCAPDecodeConsumer() = default;
 
-// The library's own decoders, not what is derived from them, claim what is known here and are
-// called straight: two virtual calls for each decoder are dear beside a small call.
-void DCAPDecodeConsumer::AddDecoder(Decoder* decoder) {
-  Route route{decoder, 0, UINT32_MAX, DecoderKind::kOther};
-  if (decoder == nullptr) {
-    // Appended like any other: only a call that reaches it is an error.
-  } else if (typeid(*decoder) == typeid(GLDecoder)) {
-    route = {decoder, kFirstGLCall, kGLCallIds, DecoderKind::kGL};
-  } else if (typeid(*decoder) == typeid(EGLDecoder)) {
-    route = {decoder, kFirstEGLCall, kEGLCallIds, DecoderKind::kEGL};
-  }
-  routes_.push_back(route);
-}
+void DCAPDecodeConsumer::AddDecoder(Decoder* decoder) { decoders_.Add(decoder); }
 
-void DCAPDecodeConsumer::RemoveDecoder(Decoder* decoder) {
-  const auto found = std::ranges::find(routes_, decoder, &Route::decoder);
-  if (found != routes_.end()) routes_.erase(found);
-}
+void DCAPDecodeConsumer::RemoveDecoder(Decoder* decoder) { decoders_.Remove(decoder); }
 
 void DCAPDecodeConsumer::AddBlockEventHandler(BlockEventHandler* handler) {
-  blockEventHandlers_.push_back(handler);
+  blockEventHandlers_.Add(handler);
 }
 
 void DCAPDecodeConsumer::RemoveBlockEventHandler(BlockEventHandler* handler) {
-  RemoveFirst(blockEventHandlers_, handler);
+  blockEventHandlers_.Remove(handler);
 }
 
 void DCAPDecodeConsumer::AddMetaHandler(MetaHandler* handler) { metaDecoder_.AddHandler(handler); }
@@ -49,7 +52,7 @@ void DCAPDecodeConsumer::RemoveMetaHandler(MetaHandler* handler) {
 }
 
 void DCAPDecodeConsumer::ProcessFileStart(const FileHeader& header) {
-  threadIdsPresent_ = (header.optionMask & kOptionThreadIds) != 0;
+  threadIdsPresent_ = HasThreadIds(header.optionMask);
 }
 
 void DCAPDecodeConsumer::ProcessFileEnd() {}
@@ -74,14 +77,16 @@ void DCAPDecodeConsumer::ProcessFrameNumber(unsigned int /*frameNumber*/) {}
 void DCAPDecodeConsumer::ProcessMethodCall(const SubBlockHeader& header, const MethodCallDesc& desc,
                                            const unsigned char* data, unsigned int size) {
   const auto id = static_cast<ApiCallType>(desc.callId);
-  for (const Route& route : routes_) {
-    if (threadIdsPresent_) route.decoder->SetCurrentThreadId(header.threadId);
-    if (route.decoder->SupportsId(id)) {
-      route.decoder->ProcessMethodCall(id, desc.objectValue, data, size);
+  for (Decoder* decoder : decoders_) {
+    if (threadIdsPresent_) decoder->SetCurrentThreadId(header.threadId);
+    if (decoder->SupportsId(id)) {
+      decoder->ProcessMethodCall(id, desc.objectValue, data, size);
     }
   }
 }
 
+// The library's own decoders, not those derived from them, claim known identifiers and are called
+// straight: two virtual calls for each decoder are dear beside a small call.
 void DCAPDecodeConsumer::ProcessFunctionCall(const SubBlockHeader& header,
                                              const FunctionCallDesc& desc,
                                              const unsigned char* data, unsigned int size) {
@@ -90,19 +95,18 @@ void DCAPDecodeConsumer::ProcessFunctionCall(const SubBlockHeader& header,
   const uint32_t callId = desc.callId;
   const uint32_t threadId = header.threadId;
   const bool threadIdsPresent = threadIdsPresent_;
-  for (const Route& route : routes_) {
-    Decoder* decoder = route.decoder;
+  for (Decoder* decoder : decoders_) {
     if (threadIdsPresent) decoder->SetCurrentThreadId(threadId);
-    if (callId - route.firstId >= route.idCount) continue;
-    switch (route.kind) {
-      case DecoderKind::kGL:
+    if (Core::IsExactly(decoder, kGLDecoderTable)) {
+      if (callId - kFirstGLCall < kGLCallIds) {
         static_cast<GLDecoder*>(decoder)->GLDecoder::ProcessFunctionCall(id, data, size);
-        break;
-      case DecoderKind::kEGL:
+      }
+    } else if (Core::IsExactly(decoder, kEGLDecoderTable)) {
+      if (callId - kFirstEGLCall < kEGLCallIds) {
         static_cast<EGLDecoder*>(decoder)->EGLDecoder::ProcessFunctionCall(id, data, size);
-        break;
-      case DecoderKind::kOther:
-        if (decoder->SupportsId(id)) decoder->ProcessFunctionCall(id, data, size);
+      }
+    } else if (decoder->SupportsId(id)) {
+      decoder->ProcessFunctionCall(id, data, size);
     }
   }
 }

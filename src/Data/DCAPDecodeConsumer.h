@@ -3,13 +3,13 @@
 #define DCAPKIT_DATA_DCAPDECODECONSUMER_H
 
 #include <cstdint>
-#include <vector>
 
 #include "Core/Export.h"
 #include "Data/BlockEventHandler.h"
 #include "Data/DCAPConsumer.h"
 #include "Data/Decoder.h"
 #include "Data/MetaDecoder.h"
+#include "Data/Registry.h"
 
 namespace Data {
 
@@ -29,10 +29,12 @@ namespace Data {
 /// nobody is told of that one. File ends and frame numbers go nowhere: derive and override to hear
 /// of them.
 ///
-/// Everything registered is borrowed and must outlive its registration. It is served in the order
-/// of registration; an object registered twice is served twice, and removing it removes the first
-/// entry only; removing what is not there does nothing. Null must not be registered, and nothing be
-/// registered or removed from inside an operation that the consumer calls.
+/// Everything registered is borrowed and must outlive its registration; it may be registered before
+/// it is constructed. It is served in the order of registration; an object registered twice is
+/// served twice, and removing it removes the first entry only; removing what is not there does
+/// nothing. Null must not be registered. From inside an operation that the consumer calls, nothing
+/// should be registered or removed; if it is, the call or block at hand does not reach what was
+/// registered, nor any more what was removed.
 ///
 /// A consumer may serve one capture after another; registrations, and the thread that decoders and
 /// meta handlers know of, persist.
@@ -64,19 +66,10 @@ class DCAPKIT_API DCAPDecodeConsumer : public DCAPConsumer {
                        const unsigned char* data, unsigned int size) override;
 
  private:
-  // A decoder, and what its type tells of it: see AddDecoder.
-  enum class DecoderKind : uint8_t { kEGL, kGL, kOther };
-  struct Route {
-    Decoder* decoder;
-    uint32_t firstId;
-    uint32_t idCount;
-    DecoderKind kind;
-  };
-
   bool threadIdsPresent_ = false;
   uint32_t currentBlockType_ = 0;
-  std::vector<BlockEventHandler*> blockEventHandlers_;
-  std::vector<Route> routes_;
+  Registry<BlockEventHandler> blockEventHandlers_;
+  Registry<Decoder> decoders_;
   MetaDecoder metaDecoder_;
 };
 

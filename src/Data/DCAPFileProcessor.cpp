@@ -1,25 +1,15 @@
 #include "Data/DCAPFileProcessor.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <span>
+#include <optional>
 #include <type_traits>
-#include <typeinfo>
-#include <utility>
+#include <unordered_map>
 
-#include "Core/Detail/CopyBytes.h"
 #include "Core/Exceptions.h"
 #include "Core/Log.h"
-#include "Core/MappedReader.h"
-#include "Core/MemoryReader.h"
-#include "Core/StdioReader.h"
-#include "Core/ViewReader.h"
-#include "Util/Compressor.h"
-#include "Util/LZ4Compressor.h"
-#include "Util/LZ77Compressor.h"
+#include "Data/Detail/BlockWindow.h"
+#include "Data/Detail/Compression.h"
+#include "Data/Detail/Format.h"
 
 namespace Data {
 
@@ -54,38 +44,59 @@ namespace {
 
 constexpr char kUnit[] = "src/Data/DCAPFileProcessor";
 
-// Small enough to stay in the first-level cache between the copy in and the decoding.
-constexpr unsigned long kWindowSize = 16ul * 1024;
-// Sub-blocks up to this size get their memory on the file's word, larger ones as bytes arrive.
-constexpr unsigned long kTrustedSize = 1024ul * 1024;
-
-// Descriptions as they lie in the file.
-constexpr unsigned int kInflatedSizeSize = sizeof(uint32_t);
-constexpr unsigned int kMaxDescSize = sizeof(MethodCallDesc) + kInflatedSizeSize;
-// A sub-block header without its thread id.
-constexpr unsigned int kShortSubHeaderSize = sizeof(SubBlockHeader) - sizeof(uint32_t);
-
-[[noreturn, gnu::cold, gnu::noinline]] void Fail(const std::string& message) {
-  throw Core::BasicException(message);
-}
-
-// The reader, if it is one of the library's own. What is derived from these may read other bytes
-// than they show.
-Core::ViewReader* AsViewer(Core::DataReader* reader) {
-  const std::type_info& type = typeid(*reader);
-  const bool isOwn = type == typeid(Core::StdioReader) || type == typeid(Core::MemoryReader) ||
-                     type == typeid(Core::MappedReader);
-  return isOwn ? static_cast<Core::ViewReader*>(reader) : nullptr;
-}
-
-template <typename T>
-T Load(const unsigned char* bytes) {
-  T value{};
-  std::memcpy(&value, bytes, sizeof(value));
-  return value;
+void LogEndOfFile() {
+  Log::Print(Log::LogLevel::kNotice, Log::LogZone::kProcessing, __LINE__, kUnit, true,
+             "Reading past end of DCAP file.");
 }
 
 }  // namespace
+
+// One walk. The processor itself has the settings of the caller, which may change meanwhile.
+struct DCAPFileProcessor::Walk {
+  Walk(const DCAPFileProcessor* caller, DCAPConsumer* receiver,
+       const std::shared_ptr<Core::DataReader>& reader)
+      : settings(caller), consumer(receiver), window(reader) {}
+
+  void ReadFileHeader(uint64_t actualSize);
+  void NoteCompression();
+  [[nodiscard]] bool AtEof() const {
+    return header.fileSize != 0 ? window.Position() >= header.fileSize : window.AtEof();
+  }
+
+  // Whether a type-2 block that comes now is processed unasked.
+  [[nodiscard]] bool IsSetUp() const {
+    return currentFrame == 0 && (header.optionMask & kOptionType2BeforeFirst) != 0;
+  }
+  bool SkipBlock(uint32_t size);
+  bool ProcessFrameBlock(const BlockHeader& block);
+  const unsigned char* TakeBody(const SubBlockHeader& subHeader, uint32_t descSize);
+  template <typename Desc, bool kIsPacked>
+  void ProcessCall(const SubBlockHeader& subHeader);
+  void ProcessMetadata(const SubBlockHeader& subHeader);
+  const unsigned char* Aligned(const unsigned char* payload, uint32_t size);
+
+  bool IsThreadFiltered(const SubBlockHeader& subHeader);
+  void NoteThread(uint32_t threadId);
+  [[nodiscard]] bool FilterDropsThread() const;
+
+  const DCAPFileProcessor* settings;
+  DCAPConsumer* consumer;
+  BlockWindow window;
+  FileHeader header{};
+  bool threadIdsPresent = false;
+  bool blockTrailersPresent = true;
+  std::optional<Inflater> inflater;
+  uint32_t currentFrame = 0;   // sequence number of the last type-1 block
+  uint32_t lastBlockType = 0;  // of the last block header that was read
+
+  uint32_t lastThreadId = 0;
+  uint32_t lastThreadIndex = 0;  // 0 until a thread id was met
+  uint32_t threadCount = 0;
+  std::unordered_map<uint32_t, uint32_t> threadIndexById;
+
+  std::unique_ptr<unsigned char[]> aligned;  // metadata that lay where words cannot be read
+  uint32_t alignedCapacity = 0;
+};
 
 DCAPFileProcessor::DCAPFileProcessor() = default;
 
@@ -94,263 +105,105 @@ DCAPFileProcessor::~DCAPFileProcessor() = default;
 bool DCAPFileProcessor::Initialize(DCAPConsumer* consumer,
                                    const std::shared_ptr<Core::DataReader>& reader,
                                    uint64_t fileSize) {
-  if (initialized_) return true;
+  if (walk_ != nullptr) return true;
   if (reader == nullptr || !reader->IsValid()) Fail(InvalidReaderMsg);
-  // Everything else still has its initial value, since there is no second initialisation.
-  consumer_ = consumer;
-  reader_ = reader;
-  viewer_ = AsViewer(reader.get());
-  initialized_ = true;
+  walk_ = std::make_unique<Walk>(this, consumer, reader);
   processNextType2Block = false;
-  ReadFileHeader(fileSize);
+  walk_->ReadFileHeader(fileSize);
   return false;
 }
 
 unsigned char DCAPFileProcessor::GetFileVersionMajor() const {
-  return static_cast<unsigned char>(versionWord_ >> 24);
+  return walk_ == nullptr ? uint8_t{0} : walk_->header.versionMajor;
 }
 
 unsigned char DCAPFileProcessor::GetFileVersionMinor() const {
-  return static_cast<unsigned char>(versionWord_ >> 16);
+  return walk_ == nullptr ? uint8_t{0} : walk_->header.versionMinor;
 }
 
-bool DCAPFileProcessor::AtEof() const {
-  if (headerFileSize_ != 0) return position_ - Ahead() >= headerFileSize_;
-  if (reader_ == nullptr) return true;
-  return Ahead() == 0 && reader_->AtEof();
+bool DCAPFileProcessor::AtEof() const { return walk_ == nullptr || walk_->AtEof(); }
+
+uint64_t DCAPFileProcessor::Position() const {
+  return walk_ == nullptr ? 0 : walk_->window.Position();
 }
 
-void DCAPFileProcessor::ReadFileHeader(unsigned long actualSize) {
-  FileHeader header{};
-  CheckedRead(&header, sizeof(header), FileHeaderFailMsg);
-  if (header.fourCC != kDCAPFourCC) Fail(FourCCFailMsg);
-  if (actualSize != 0 && header.fileSize != actualSize) {
+void DCAPFileProcessor::Walk::ReadFileHeader(uint64_t actualSize) {
+  FileHeader stored{};
+  if (window.ReadOutside(&stored, sizeof(stored)) != sizeof(stored)) Fail(FileHeaderFailMsg);
+  if (stored.fourCC != kDCAPFourCC) Fail(FourCCFailMsg);
+  if (actualSize != 0 && stored.fileSize != actualSize) {
     Log::Print(Log::LogLevel::kWarning, Log::LogZone::kCompleteness, __LINE__, kUnit, true,
                "File header size field (%d) does not match actual file size (%d).",
-               static_cast<int>(header.fileSize), static_cast<int>(actualSize));
+               static_cast<int>(stored.fileSize), static_cast<int>(actualSize));
   }
-  ProcessOptionMask(header.optionMask);
-  headerFileSize_ = header.fileSize;
-  versionWord_ = static_cast<uint32_t>(header.versionLow) |
-                 static_cast<uint32_t>(header.versionMinor) << 16 |
-                 static_cast<uint32_t>(header.versionMajor) << 24;
-  headerFrameCount_ = header.frameCount;
-  consumer_->ProcessFileStart(header);
+  threadIdsPresent = HasThreadIds(stored.optionMask);
+  blockTrailersPresent = HasTrailers(stored.optionMask);
+  inflater.emplace(stored.optionMask);
+  header = stored;
+  NoteCompression();
+  consumer->ProcessFileStart(header);
 }
 
-void DCAPFileProcessor::ProcessOptionMask(unsigned int mask) {
-  optionBit4_ = (mask & 1u << 4) != 0;
-  optionBit5_ = (mask & 1u << 5) != 0;
-  threadIdsPresent_ = (mask & kOptionThreadIds) != 0;
-  optionBit7_ = (mask & 1u << 7) != 0;
-  blockTrailersPresent_ = (mask & kOptionNoTrailers) == 0;
-  type2BeforeFirstFrame_ = (mask & kOptionType2BeforeFirst) != 0;
-  optionHighByte_ = static_cast<uint8_t>(mask >> 24);
-  compressionType_ = (mask & kOptionCompressionMask) >> kOptionCompressionShift;
-  using Quality = Util::Compressor::CompressorQuality;
-  switch (compressionType_) {
-    case kCompressionNone:
-      return;
-    case kCompressionLZ4:
-      Log::Print(Log::LogLevel::kInformation, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                 "DCAP file compressed with LZ4.");
-      compressor_ = std::make_unique<Util::LZ4Compressor>(static_cast<Quality>(1), 1);
-      break;
-    case kCompressionLZ77:
-      Log::Print(Log::LogLevel::kInformation, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                 "DCAP file compressed with LZ77.");
-      compressor_ = std::make_unique<Util::LZ77Compressor>(static_cast<Quality>(1), 1, 32768);
-      break;
-    default:
-      Fail(CompressionTypeFailMsg);
-  }
-  compressed_ = true;
+void DCAPFileProcessor::Walk::NoteCompression() {
+  if (!inflater->IsNeeded()) return;
+  const char* text = CompressionOf(header.optionMask) == kCompressionLZ4
+                         ? "DCAP file compressed with LZ4."
+                         : "DCAP file compressed with LZ77.";
+  Log::Print(Log::LogLevel::kInformation, Log::LogZone::kProcessing, __LINE__, kUnit, true, "%s",
+             text);
 }
 
-unsigned long DCAPFileProcessor::Read(void* buffer, unsigned long size) {
-  if (reader_ == nullptr) return 0;
-  const unsigned long count = reader_->Read(buffer, size);
-  position_ += count;
-  return count;
-}
-
-unsigned long DCAPFileProcessor::CheckedRead(void* buffer, unsigned long size,
-                                             const std::string& message) {
-  if (Read(buffer, size) != size) Fail(message);
-  return size;
-}
-
-// The read-ahead window holds bytes of the current block that came from the reader and were not
-// processed yet: where the reader has them, if it shows them, otherwise in a buffer. It makes one
-// virtual Read of many small ones and lets payloads be handed on where they lie. Because it never
-// holds bytes of the next block and `position_` minus `Ahead()` is what has been processed, nobody
-// outside can tell it from reading piece by piece; the texts of failures follow from how many bytes
-// of a piece the stream still had.
-
-// Processes `size` bytes of the block, which the window can hold, and returns them.
-inline const unsigned char* DCAPFileProcessor::Take(unsigned long size,
-                                                    const std::string& message) {
-  if (Ahead() < size) [[unlikely]] {
-    Fill(size, message);
-  }
-  const unsigned char* bytes = windowCursor_;
-  windowCursor_ += size;
-  return bytes;
-}
-
-// Processes a sub-block's description and payload and returns them, in one piece.
-inline const unsigned char* DCAPFileProcessor::TakeBody(const SubBlockHeader& subHeader,
-                                                        unsigned int descSize) {
-  if (subHeader.size < descSize || Ahead() < subHeader.size) [[unlikely]] {
-    return TakeBodyAcrossWindow(subHeader.size, descSize);
-  }
-  const unsigned char* body = windowCursor_;
-  windowCursor_ += subHeader.size;
-  return body;
-}
-
-// Makes the next `size` bytes of the block, and what else the reader has of it at hand, the window.
-// When the reader cannot show them it is left where they begin.
-bool DCAPFileProcessor::FillByView(unsigned long size) {
-  const unsigned long kept = Ahead();
-  if (kept != 0 && reader_->Seek(SEEK_CUR, -static_cast<int64_t>(kept)) != 0) return false;
-  windowCursor_ = windowEnd_;
-  unfetched_ += kept;
-  position_ -= kept;
-  const std::span<const unsigned char> bytes = viewer_->View(size, unfetched_);
-  if (bytes.empty()) return false;
-  windowCursor_ = bytes.data();
-  windowEnd_ = windowCursor_ + bytes.size();
-  unfetched_ -= bytes.size();
-  position_ += bytes.size();
-  return true;
-}
-
-// Brings at least `size` bytes of the block into the window, and as many as it can hold.
-void DCAPFileProcessor::Fill(unsigned long size, const std::string& message) {
-  if (viewer_ != nullptr && FillByView(size)) return;
-  const unsigned long kept = Ahead();
-  if (window_ == nullptr) {
-    window_ = std::make_unique_for_overwrite<unsigned char[]>(kWindowSize);
-  } else {
-    std::memmove(window_.get(), windowCursor_, kept);
-  }
-  windowCursor_ = window_.get();
-  windowEnd_ = windowCursor_ + kept;
-  const unsigned long count =
-      Read(window_.get() + kept, std::min<unsigned long>(kWindowSize - kept, unfetched_));
-  windowEnd_ += count;
-  unfetched_ -= count;
-  if (Ahead() < size) Fail(message);
-}
-
-[[gnu::noinline]] const unsigned char* DCAPFileProcessor::TakeBodyAcrossWindow(
-    unsigned int size, unsigned int descSize) {
-  if (size < descSize) {
-    // Whether the stream has the description decides the text, even past the sub-block's end.
-    unsigned char desc[kMaxDescSize];
-    const unsigned long missing = descSize - std::min<unsigned long>(descSize, Ahead());
-    CheckedRead(desc, missing, SubBlockDescFailMsg);
-    Fail(SubBlockDataFailMsg);
-  }
-  if (Ahead() < descSize) Fill(descSize, SubBlockDescFailMsg);
-  if (size <= kWindowSize || (viewer_ != nullptr && FillByView(size))) {
-    return Take(size, SubBlockDataFailMsg);
-  }
-
-  unsigned long have = 0;
-  while (have < size) {
-    const unsigned long target =
-        std::min<unsigned long>(size, std::max({dataBufferSize_, kTrustedSize, Ahead(), 2 * have}));
-    EnsureSpace(&dataBuffer_, &dataBufferSize_, target, have);
-    if (have == 0) {
-      have = Ahead();
-      Core::CopyBytes(dataBuffer_.get(), windowCursor_, have);
-      windowCursor_ = windowEnd_;
-    }
-    const unsigned long count =
-        CheckedRead(dataBuffer_.get() + have, target - have, SubBlockDataFailMsg);
-    unfetched_ -= count;
-    have = target;
-  }
-  return dataBuffer_.get();
-}
-
-bool DCAPFileProcessor::SkipBlock(unsigned int size) {
-  if (reader_ == nullptr) return false;
-  const unsigned long ahead = Ahead();
-  const uint64_t processed = position_ - ahead;
-  const bool beyondEnd = processed + size > headerFileSize_;
-  if (!beyondEnd && size <= ahead) {
-    windowCursor_ += size;
-    return !AtEof();
-  }
-  // The rest of the block is counted down even when the stream then has none of it.
-  const uint64_t rest = ahead + unfetched_;
-  unfetched_ = rest - std::min<uint64_t>(rest, size);
-  windowCursor_ = windowEnd_;
-  // A reader that cannot seek goes on where it is; what it reads there is checked like any bytes.
-  if (beyondEnd) {
-    reader_->Seek(SEEK_END, 0);
-    position_ = headerFileSize_;
-  } else {
-    reader_->Seek(SEEK_CUR, static_cast<int64_t>(size - ahead));
-    position_ = processed + size;
-  }
-  return !AtEof();
-}
-
-// Gives `*buffer` room for `needed` bytes. Only the first `kept` bytes survive a reallocation.
-void DCAPFileProcessor::EnsureSpace(std::unique_ptr<unsigned char[]>* buffer, unsigned long* size,
-                                    unsigned long needed, unsigned long kept) {
-  if (*size >= needed) return;
-  if (kept == 0) {
-    buffer->reset();
-    *size = 0;
-  }
-  auto grown = std::make_unique_for_overwrite<unsigned char[]>(needed);
-  if (kept != 0) std::memcpy(grown.get(), buffer->get(), kept);
-  *buffer = std::move(grown);
-  *size = needed;
-}
+// Blocks ------------------------------------------------------------------------------------------
 
 bool DCAPFileProcessor::ProcessNextBlock() {
-  if (reader_ != nullptr) blockStart_ = reader_->Tell();
-  BlockHeader header{};
-  if (Read(&header, sizeof(header)) != sizeof(header)) {
-    if (!AtEof()) Fail(BlockHeaderFailMsg);
-    Log::Print(Log::LogLevel::kNotice, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-               "Reading past end of DCAP file.");
+  if (walk_ == nullptr) {
+    LogEndOfFile();
     return false;
   }
-  lastBlockType_ = header.type;
-  consumer_->ProcessBlockStart(header);
+  try {
+    return ProcessBlock();
+  } catch (...) {
+    // The reader may overwrite what it showed as soon as somebody else uses it.
+    walk_->window.Abandon();
+    throw;
+  }
+}
+
+bool DCAPFileProcessor::ProcessBlock() {
+  Walk& walk = *walk_;
+  const uint64_t blockStart = walk.window.Reader()->Tell();
+  BlockHeader block{};
+  if (walk.window.ReadOutside(&block, sizeof(block)) != sizeof(block)) {
+    if (!walk.AtEof()) Fail(BlockHeaderFailMsg);
+    LogEndOfFile();
+    return false;
+  }
+  walk.lastBlockType = block.type;
+  walk.consumer->ProcessBlockStart(block);
   bool more = false;
-  switch (header.type) {
+  switch (block.type) {
     case kBlockFrame:
-      more = ProcessFrameBlock(header);
-      if (loopFrameNumber != 0 && loopFrameNumber == currentFrame_) {
-        windowCursor_ = windowEnd_;
-        reader_->Seek(SEEK_SET, static_cast<int64_t>(blockStart_));
-        position_ = blockStart_;
+      more = walk.ProcessFrameBlock(block);
+      if (loopFrameNumber != 0 && loopFrameNumber == walk.currentFrame) {
+        if (!walk.window.SeekTo(blockStart)) Fail(BlockHeaderFailMsg);
         if (loopRepeatCount == 0) return true;
         more = --loopRepeatCount != 0;
       }
       break;
     case kBlockType2:
-      if (processNextType2Block || (type2BeforeFirstFrame_ && currentFrame_ == 0)) {
-        more = ProcessFrameBlock(header);
+      if (processNextType2Block || walk.IsSetUp()) {
+        more = walk.ProcessFrameBlock(block);
         processNextType2Block = false;
       } else {
-        more = SkipBlock(header.size);
+        more = walk.SkipBlock(block.size);
       }
       break;
     default:
       Log::Print(Log::LogLevel::kWarning, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                 "Skipping unrecognized block type %d.", header.type);
-      more = SkipBlock(header.size);
+                 "Skipping unrecognized block type %d.", block.type);
+      more = walk.SkipBlock(block.size);
   }
-  if (!more) consumer_->ProcessFileEnd();
+  if (!more) walk.consumer->ProcessFileEnd();
   return more;
 }
 
@@ -358,161 +211,64 @@ bool DCAPFileProcessor::ProcessNextFrame() {
   bool more = false;
   do {
     more = ProcessNextBlock();
-  } while (more && lastBlockType_ != kBlockFrame);
+  } while (more && walk_->lastBlockType != kBlockFrame);
   return more;
 }
 
 void DCAPFileProcessor::ContinueAt(uint64_t position, uint32_t frameNumber) {
-  if (reader_ == nullptr || reader_->Seek(SEEK_SET, static_cast<int64_t>(position)) != 0) {
-    Fail(BlockHeaderFailMsg);
-  }
-  windowCursor_ = windowEnd_;
-  unfetched_ = 0;
-  position_ = position;
-  currentFrame_ = frameNumber;
+  if (walk_ == nullptr || !walk_->window.SeekTo(position)) Fail(BlockHeaderFailMsg);
+  walk_->currentFrame = frameNumber;
 }
 
-inline bool DCAPFileProcessor::IsThreadFiltered(const SubBlockHeader& subHeader) {
-  if (threadIdsPresent_ && (subHeader.threadId != lastThreadId_ || lastThreadIndex_ == 0)) {
-    NoteThread(subHeader.threadId);
-  }
-  return !threadFilter.empty() && FilterDropsThread();
-}
-
-void DCAPFileProcessor::NoteThread(uint32_t threadId) {
-  const auto [entry, isNew] = threadIndexById_.try_emplace(threadId, threadCount_ + 1);
-  if (isNew) ++threadCount_;
-  lastThreadId_ = threadId;
-  lastThreadIndex_ = entry->second;
-}
-
-bool DCAPFileProcessor::FilterDropsThread() const {
-  if (currentFrame_ < threadFilterStartFrame) return false;
-  return std::find(threadFilter.begin(), threadFilter.end(), lastThreadIndex_) ==
-         threadFilter.end();
-}
-
-const unsigned char* DCAPFileProcessor::Inflate(const unsigned char* payload, unsigned int size,
-                                                uint32_t inflatedSize) {
-  if (inflatedSize > compressor_->MaxDecompressedSize(size)) Fail(DecompressFailMsg);
-  EnsureSpace(&inflateBuffer_, &inflateBufferSize_, inflatedSize);
-  unsigned int produced = inflatedSize;
-  if (!compressor_->Decompress(payload, size, inflateBuffer_.get(), &produced) ||
-      produced != inflatedSize) {
-    Fail(DecompressFailMsg);
-  }
-  return inflateBuffer_.get();
-}
-
-// Each kind of call has code of its own, without a branch on the kind.
-template <typename Desc, bool kIsPacked>
-inline unsigned int DCAPFileProcessor::ProcessCall(const SubBlockHeader& subHeader) {
-  constexpr bool kIsMethod = std::is_same_v<Desc, MethodCallDesc>;
-  constexpr unsigned int kDescSize = sizeof(Desc) + (kIsPacked ? kInflatedSizeSize : 0);
-  const unsigned char* body = TakeBody(subHeader, kDescSize);
-  const unsigned char* payload = body + kDescSize;
-  unsigned int size = subHeader.size - kDescSize;
-  const auto desc = Load<Desc>(body);
-  lastCallId_ = desc.callId;
-
-  const SubBlockHeader* header = &subHeader;
-  [[maybe_unused]] SubBlockHeader plainHeader{};
-  if constexpr (kIsPacked) {
-    // The consumer sees what an uncompressed sub-block would have said; its size cannot wrap.
-    const auto inflatedSize = Load<uint32_t>(body + sizeof(Desc));
-    plainHeader = {kIsMethod ? kSubBlockMethodCall : kSubBlockFunctionCall,
-                   inflatedSize + std::min<uint32_t>(sizeof(Desc), UINT32_MAX - inflatedSize),
-                   subHeader.threadId};
-    header = &plainHeader;
-    if (compressed_ && size != 0) {
-      if (inflatedSize == 0) {
-        Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                   "File contains a compressed API call block reporting an invalid decompressed "
-                   "size of 0.  File may be corrupt.");
-        return 0;
-      }
-      payload = Inflate(payload, size, inflatedSize);
-      size = inflatedSize;
-    }
-  }
-  if (IsThreadFiltered(subHeader)) return subHeader.size;
-  if constexpr (kIsMethod) {
-    consumer_->ProcessMethodCall(*header, desc, payload, size);
+// Leaves out a block, or a sub-block. What would reach beyond the size in the header, which is 0 in
+// an unfinished capture, leads to the end of the stream.
+bool DCAPFileProcessor::Walk::SkipBlock(uint32_t size) {
+  if (window.Position() + size > header.fileSize) {
+    window.SkipToEnd(header.fileSize);
   } else {
-    consumer_->ProcessFunctionCall(*header, desc, payload, size);
+    window.Skip(size);
   }
-  return subHeader.size;
+  return !AtEof();
 }
 
-inline unsigned int DCAPFileProcessor::ProcessApiCall(const SubBlockHeader& subHeader) {
-  switch (subHeader.type) {
-    case kSubBlockFunctionCall:
-      return ProcessCall<FunctionCallDesc, false>(subHeader);
-    case kSubBlockMethodCall:
-      return ProcessCall<MethodCallDesc, false>(subHeader);
-    case kSubBlockCompressedFunctionCall:
-      return ProcessCall<FunctionCallDesc, true>(subHeader);
-    case kSubBlockCompressedMethodCall:
-      return ProcessCall<MethodCallDesc, true>(subHeader);
-    default:
-      Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, __LINE__, kUnit, true,
-                 "Unrecognized API call sub-block type");
-      return 0;
+bool DCAPFileProcessor::Walk::ProcessFrameBlock(const BlockHeader& block) {
+  uint32_t remaining = block.size;
+  window.BeginBlock(block.size);
+  if (blockTrailersPresent) {
+    if (remaining < kTrailerSize) Fail(BlockTrailerMissingMsg);
+    remaining -= kTrailerSize;
   }
-}
+  if (remaining < kFrameNumberSize) Fail(FrameNumberFailMsg);
+  const auto frameNumber = Load<uint32_t>(window.Take(kFrameNumberSize, FrameNumberFailMsg));
+  remaining -= kFrameNumberSize;
+  if (block.type == kBlockFrame) currentFrame = frameNumber;
+  consumer->ProcessFrameNumber(frameNumber);
 
-inline unsigned int DCAPFileProcessor::ProcessMetadata(const SubBlockHeader& subHeader) {
-  const unsigned char* body = TakeBody(subHeader, sizeof(MetadataDesc));
-  if (IsThreadFiltered(subHeader)) return subHeader.size;
-  const unsigned char* payload = body + sizeof(MetadataDesc);
-  const unsigned int size = subHeader.size - static_cast<unsigned int>(sizeof(MetadataDesc));
-  // Decoders hand out arrays where they lie in the payload.
-  if (size != 0 && reinterpret_cast<uintptr_t>(payload) % alignof(uint32_t) != 0) {
-    EnsureSpace(&dataBuffer_, &dataBufferSize_, size);
-    std::memcpy(dataBuffer_.get(), payload, size);
-    payload = dataBuffer_.get();
-  }
-  consumer_->ProcessMetadata(subHeader, Load<MetadataDesc>(body), payload, size);
-  return subHeader.size;
-}
-
-bool DCAPFileProcessor::ProcessFrameBlock(const BlockHeader& header) {
-  uint32_t remaining = header.size;
-  unfetched_ = header.size;
-  if (blockTrailersPresent_) {
-    if (remaining < sizeof(DCAPFrameTrailer)) Fail(BlockTrailerMissingMsg);
-    remaining -= static_cast<uint32_t>(sizeof(DCAPFrameTrailer));
-  }
-  uint32_t frameNumber = 0;
-  if (remaining < sizeof(frameNumber)) Fail(FrameNumberFailMsg);
-  frameNumber = Load<uint32_t>(Take(sizeof(frameNumber), FrameNumberFailMsg));
-  remaining -= static_cast<uint32_t>(sizeof(frameNumber));
-  if (header.type == kBlockFrame) currentFrame_ = frameNumber;
-  consumer_->ProcessFrameNumber(frameNumber);
-
-  const uint32_t subHeaderSize = threadIdsPresent_ ? sizeof(SubBlockHeader) : kShortSubHeaderSize;
+  const uint32_t subHeaderSize = SubBlockHeaderSize(threadIdsPresent);
   while (remaining != 0) {
     if (remaining < subHeaderSize) Fail(SubBlockHeaderFailMsg);
-    const unsigned char* bytes = Take(subHeaderSize, SubBlockHeaderFailMsg);
+    const SubBlockHeader subHeader =
+        LoadSubBlockHeader(window.Take(subHeaderSize, SubBlockHeaderFailMsg), threadIdsPresent);
     remaining -= subHeaderSize;
-    // Field by field: loads that span two stores stall.
-    const SubBlockHeader subHeader{
-        Load<uint16_t>(bytes), Load<uint32_t>(bytes + offsetof(SubBlockHeader, size)),
-        threadIdsPresent_ ? Load<uint32_t>(bytes + offsetof(SubBlockHeader, threadId)) : 0};
-
     if (subHeader.size > remaining) {
       // A recorder that died leaves its last frame short; anywhere else the file is damaged.
-      if (currentFrame_ != headerFrameCount_) Fail(SubBlockDataFailMsg);
+      if (currentFrame != header.frameCount) Fail(SubBlockDataFailMsg);
       Log::Print(Log::LogLevel::kWarning, Log::LogZone::kCompleteness, __LINE__, kUnit, true,
                  "Last frame is incomplete.");
       return false;
     }
     switch (subHeader.type) {
-      case kSubBlockMethodCall:
       case kSubBlockFunctionCall:
-      case kSubBlockCompressedMethodCall:
+        ProcessCall<FunctionCallDesc, false>(subHeader);
+        break;
+      case kSubBlockMethodCall:
+        ProcessCall<MethodCallDesc, false>(subHeader);
+        break;
       case kSubBlockCompressedFunctionCall:
-        ProcessApiCall(subHeader);
+        ProcessCall<FunctionCallDesc, true>(subHeader);
+        break;
+      case kSubBlockCompressedMethodCall:
+        ProcessCall<MethodCallDesc, true>(subHeader);
         break;
       case kSubBlockMetadata:
         ProcessMetadata(subHeader);
@@ -526,12 +282,108 @@ bool DCAPFileProcessor::ProcessFrameBlock(const BlockHeader& header) {
   }
 
   unsigned long trailer = 0;
-  if (blockTrailersPresent_) {
-    trailer = Load<unsigned long>(Take(sizeof(trailer), BlockTrailerFailMsg));
+  if (blockTrailersPresent) {
+    trailer = Load<unsigned long>(window.Take(kTrailerSize, BlockTrailerFailMsg));
     if (trailer != DCAPFrameTrailer) Fail(BlockTrailerMissingMsg);
   }
-  consumer_->ProcessBlockEnd(trailer);
+  consumer->ProcessBlockEnd(trailer);
   return !AtEof();
+}
+
+// Sub-blocks --------------------------------------------------------------------------------------
+
+// Takes a sub-block's description and payload, in one piece.
+inline const unsigned char* DCAPFileProcessor::Walk::TakeBody(const SubBlockHeader& subHeader,
+                                                              uint32_t descSize) {
+  if (subHeader.size < descSize) [[unlikely]] {
+    // Whether the stream has the description decides the text, even past the sub-block's end.
+    unsigned char desc[kMaxDescSize];
+    const uint64_t missing = descSize - std::min<uint64_t>(descSize, window.Ahead());
+    const bool isThere = window.ReadOutside(desc, missing) == missing;
+    Fail(isThere ? SubBlockDataFailMsg : SubBlockDescFailMsg);
+  }
+  if (window.Ahead() < subHeader.size) window.Require(descSize, SubBlockDescFailMsg);
+  return window.Take(subHeader.size, SubBlockDataFailMsg);
+}
+
+// Each kind of call has code of its own, without a branch on the kind.
+template <typename Desc, bool kIsPacked>
+inline void DCAPFileProcessor::Walk::ProcessCall(const SubBlockHeader& subHeader) {
+  constexpr bool kIsMethod = std::is_same_v<Desc, MethodCallDesc>;
+  constexpr uint32_t kDescSize = sizeof(Desc) + (kIsPacked ? kInflatedSizeSize : 0);
+  const unsigned char* body = TakeBody(subHeader, kDescSize);
+  const unsigned char* payload = body + kDescSize;
+  uint32_t size = subHeader.size - kDescSize;
+  const auto desc = Load<Desc>(body);
+
+  const SubBlockHeader* seen = &subHeader;
+  [[maybe_unused]] SubBlockHeader plainHeader{};
+  if constexpr (kIsPacked) {
+    // The consumer sees what an uncompressed sub-block would have said; its size cannot wrap.
+    const auto inflatedSize = Load<uint32_t>(body + sizeof(Desc));
+    plainHeader = {kIsMethod ? kSubBlockMethodCall : kSubBlockFunctionCall,
+                   inflatedSize + std::min<uint32_t>(sizeof(Desc), UINT32_MAX - inflatedSize),
+                   subHeader.threadId};
+    seen = &plainHeader;
+    if (inflater->IsNeeded() && size != 0) {
+      if (inflatedSize == 0) {
+        Log::Print(Log::LogLevel::kError, Log::LogZone::kProcessing, __LINE__, kUnit, true,
+                   "File contains a compressed API call block reporting an invalid decompressed "
+                   "size of 0.  File may be corrupt.");
+        return;
+      }
+      payload = inflater->Inflate(payload, size, inflatedSize);
+      size = inflatedSize;
+    }
+  }
+  if (IsThreadFiltered(subHeader)) return;
+  if constexpr (kIsMethod) {
+    consumer->ProcessMethodCall(*seen, desc, payload, size);
+  } else {
+    consumer->ProcessFunctionCall(*seen, desc, payload, size);
+  }
+}
+
+inline void DCAPFileProcessor::Walk::ProcessMetadata(const SubBlockHeader& subHeader) {
+  const unsigned char* body = TakeBody(subHeader, sizeof(MetadataDesc));
+  if (IsThreadFiltered(subHeader)) return;
+  const uint32_t size = subHeader.size - static_cast<uint32_t>(sizeof(MetadataDesc));
+  const unsigned char* payload = Aligned(body + sizeof(MetadataDesc), size);
+  consumer->ProcessMetadata(subHeader, Load<MetadataDesc>(body), payload, size);
+}
+
+// Decoders hand out arrays where they lie in the payload.
+const unsigned char* DCAPFileProcessor::Walk::Aligned(const unsigned char* payload, uint32_t size) {
+  if (size == 0 || reinterpret_cast<uintptr_t>(payload) % alignof(uint32_t) == 0) return payload;
+  if (alignedCapacity < size) {
+    alignedCapacity = 0;  // for the case that there is no memory
+    aligned = std::make_unique_for_overwrite<unsigned char[]>(size);
+    alignedCapacity = size;
+  }
+  std::memcpy(aligned.get(), payload, size);
+  return aligned.get();
+}
+
+// Threads -----------------------------------------------------------------------------------------
+
+inline bool DCAPFileProcessor::Walk::IsThreadFiltered(const SubBlockHeader& subHeader) {
+  if (threadIdsPresent && (subHeader.threadId != lastThreadId || lastThreadIndex == 0)) {
+    NoteThread(subHeader.threadId);
+  }
+  return !settings->threadFilter.empty() && FilterDropsThread();
+}
+
+void DCAPFileProcessor::Walk::NoteThread(uint32_t threadId) {
+  const auto [entry, isNew] = threadIndexById.try_emplace(threadId, threadCount + 1);
+  if (isNew) ++threadCount;
+  lastThreadId = threadId;
+  lastThreadIndex = entry->second;
+}
+
+bool DCAPFileProcessor::Walk::FilterDropsThread() const {
+  if (currentFrame < settings->threadFilterStartFrame) return false;
+  const std::vector<uint32_t>& wanted = settings->threadFilter;
+  return std::find(wanted.begin(), wanted.end(), lastThreadIndex) == wanted.end();
 }
 
 }  // namespace Data

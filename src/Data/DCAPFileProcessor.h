@@ -5,20 +5,12 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "Core/DataReader.h"
 #include "Core/Export.h"
 #include "Data/DCAPConsumer.h"
 #include "Data/DCAPFormat.h"
-
-namespace Core {
-class ViewReader;
-}
-namespace Util {
-class Compressor;
-}
 
 namespace Data {
 
@@ -84,7 +76,7 @@ class DCAPKIT_API DCAPFileProcessor {
 
   /// Bytes of the capture processed so far: after a failure, where in the stream it was noticed.
   /// The reader may stand further on, since blocks are read ahead.
-  [[nodiscard]] uint64_t Position() const { return position_ - Ahead(); }
+  [[nodiscard]] uint64_t Position() const;
 
   // The texts of the exceptions, `what()`.
   static const std::string InvalidReaderMsg;
@@ -100,56 +92,6 @@ class DCAPKIT_API DCAPFileProcessor {
   static const std::string SubBlockDescFailMsg;
   static const std::string SubBlockDataFailMsg;
 
- private:
-  void ReadFileHeader(unsigned long actualSize);
-  void ProcessOptionMask(unsigned int mask);
-  unsigned long Read(void* buffer, unsigned long size);
-  unsigned long CheckedRead(void* buffer, unsigned long size, const std::string& message);
-  bool SkipBlock(unsigned int size);
-  static void EnsureSpace(std::unique_ptr<unsigned char[]>* buffer, unsigned long* size,
-                          unsigned long needed, unsigned long kept = 0);
-  bool ProcessFrameBlock(const BlockHeader& header);
-  unsigned int ProcessApiCall(const SubBlockHeader& subHeader);
-  template <typename Desc, bool kIsPacked>
-  unsigned int ProcessCall(const SubBlockHeader& subHeader);
-  unsigned int ProcessMetadata(const SubBlockHeader& subHeader);
-  bool IsThreadFiltered(const SubBlockHeader& subHeader);
-  void NoteThread(uint32_t threadId);
-  [[nodiscard]] bool FilterDropsThread() const;
-
-  // The read-ahead window; see the source.
-  [[nodiscard]] unsigned long Ahead() const {
-    return static_cast<unsigned long>(windowEnd_ - windowCursor_);
-  }
-  const unsigned char* Take(unsigned long size, const std::string& message);
-  const unsigned char* TakeBody(const SubBlockHeader& subHeader, unsigned int descSize);
-  void Fill(unsigned long size, const std::string& message);
-  bool FillByView(unsigned long size);
-  const unsigned char* TakeBodyAcrossWindow(unsigned int size, unsigned int descSize);
-  const unsigned char* Inflate(const unsigned char* payload, unsigned int size,
-                               uint32_t inflatedSize);
-
-  DCAPConsumer* consumer_ = nullptr;
-  std::shared_ptr<Core::DataReader> reader_;
-  Core::ViewReader* viewer_ = nullptr;  // the reader, when it is one of the library's own
-  uint32_t versionWord_ = 0;            // header bytes 4-7
-  uint64_t headerFileSize_ = 0;         // 0 in an unfinished capture
-  uint64_t blockStart_ = 0;             // reader position of the current block header
-  uint32_t headerFrameCount_ = 0;       // 0 in an unfinished capture
-  uint32_t currentFrame_ = 0;           // sequence number of the last type-1 block
-  uint64_t position_ = 0;               // bytes got from the reader, the window's included
-  uint32_t lastBlockType_ = 0;
-  uint8_t optionHighByte_ = 0;
-  bool optionBit4_ = false;
-  bool optionBit5_ = false;
-  bool threadIdsPresent_ = false;
-  bool optionBit7_ = false;
-  bool blockTrailersPresent_ = true;
-  bool type2BeforeFirstFrame_ = false;
-  bool compressed_ = false;
-  bool initialized_ = false;
-
- public:
   // Settings of the caller, to be changed at any time between two calls.
 
   /// Processes the next type-2 block instead of skipping it; cleared by that block. `Initialize`
@@ -159,12 +101,6 @@ class DCAPKIT_API DCAPFileProcessor {
   uint32_t loopFrameNumber = 0;
   /// How many times the frame is still to be delivered in all; 0 is for ever. Counts down.
   uint32_t loopRepeatCount = 0;
-
- private:
-  uint32_t lastThreadId_ = 0;
-  uint32_t lastThreadIndex_ = 0;  // 0 until a thread id was met
-
- public:
   /// Indices of the threads whose calls and metadata reach the consumer; empty lets all pass.
   /// Threads are counted 1, 2, 3, ... in the order of their first sub-block in the stream, frame
   /// loops not starting the count again. In a capture without thread ids every index is 0.
@@ -173,20 +109,11 @@ class DCAPKIT_API DCAPFileProcessor {
   uint32_t threadFilterStartFrame = 0;
 
  private:
-  uint32_t threadCount_ = 0;
-  std::unordered_map<uint32_t, uint32_t> threadIndexById_;
-  std::unique_ptr<unsigned char[]> dataBuffer_;  // what the window cannot hold or align
-  unsigned long dataBufferSize_ = 0;
-  std::unique_ptr<unsigned char[]> inflateBuffer_;
-  unsigned long inflateBufferSize_ = 0;
-  uint32_t lastCallId_ = 0;
-  std::unique_ptr<Util::Compressor> compressor_;
-  uint32_t compressionType_ = 0;
+  struct Walk;
 
-  std::unique_ptr<unsigned char[]> window_;      // allocated with the first block
-  const unsigned char* windowCursor_ = nullptr;  // next byte to process
-  const unsigned char* windowEnd_ = nullptr;
-  uint64_t unfetched_ = 0;  // bytes of the current block that are still with the reader
+  DCAPKIT_HIDDEN bool ProcessBlock();
+
+  std::unique_ptr<Walk> walk_;  // null before `Initialize`
 };
 
 }  // namespace Data

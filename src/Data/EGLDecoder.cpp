@@ -2,17 +2,20 @@
 // EGLDispatch.cpp.
 #include "Data/EGLDecoder.h"
 
-#include "Data/Calls/Detail/CallDescriptions.h"
-#include "Data/Detail/Registry.h"
-
 namespace Data {
 
-EGLDecoder::EGLDecoder() = default;
+namespace {
+
+EGLAdapter nobody;
+
+}  // namespace
+
+EGLDecoder::EGLDecoder() : adapters_(&nobody) {}
 EGLDecoder::~EGLDecoder() = default;
 
-void EGLDecoder::AddAdapter(EGLAdapter* adapter) { adapters_.push_back(adapter); }
+void EGLDecoder::AddAdapter(EGLAdapter* adapter) { adapters_.Add(adapter); }
 
-void EGLDecoder::RemoveAdapter(EGLAdapter* adapter) { RemoveFirst(adapters_, adapter); }
+void EGLDecoder::RemoveAdapter(EGLAdapter* adapter) { adapters_.Remove(adapter); }
 
 bool EGLDecoder::SupportsId(ApiCallType id) {
   return static_cast<uint32_t>(id) - kFirstEGLCall < kEGLCallIds;

@@ -4,12 +4,12 @@
 #define DCAPKIT_DATA_EGLDECODER_H
 
 #include <cstdint>
-#include <vector>
 
 #include "Core/Export.h"
 #include "Data/ApiCallType.h"
 #include "Data/Decoder.h"
 #include "Data/EGLAdapter.h"
+#include "Data/Registry.h"
 
 namespace Data {
 
@@ -99,7 +99,7 @@ class DCAPKIT_API EGLDecoder : public Decoder {
   void Process_eglCreateImageKHRv1(const uint8_t* payload, uint32_t payloadSize);
 
  private:
-  std::vector<EGLAdapter*> adapters_;
+  Registry<EGLAdapter> adapters_;
 };
 
 }  // namespace Data

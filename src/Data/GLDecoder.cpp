@@ -6,9 +6,7 @@
 #include <cstring>
 
 #include "Core/Log.h"
-#include "Data/Calls/Detail/CallDescriptions.h"
 #include "Data/Detail/Parameters.h"
-#include "Data/Detail/Registry.h"
 #include "Data/Limits.h"
 #include "Data/PointerData.h"
 
@@ -24,6 +22,8 @@ namespace {
       "GL decoder encountered an unrecognized function ID when processing vertex attrib data.");
 }
 
+GLAdapter nobody;
+
 // The bytes of an array, or null for every other pointer.
 unsigned char* ArrayBytes(const PointerData& pointer) {
   return (pointer.flags & PointerKindMask) == PointerKindArray ? pointer.arrayData : nullptr;
@@ -31,12 +31,12 @@ unsigned char* ArrayBytes(const PointerData& pointer) {
 
 }  // namespace
 
-GLDecoder::GLDecoder() = default;
+GLDecoder::GLDecoder() : adapters_(&nobody) {}
 GLDecoder::~GLDecoder() = default;
 
-void GLDecoder::AddAdapter(GLAdapter* adapter) { adapters_.push_back(adapter); }
+void GLDecoder::AddAdapter(GLAdapter* adapter) { adapters_.Add(adapter); }
 
-void GLDecoder::RemoveAdapter(GLAdapter* adapter) { RemoveFirst(adapters_, adapter); }
+void GLDecoder::RemoveAdapter(GLAdapter* adapter) { adapters_.Remove(adapter); }
 
 bool GLDecoder::SupportsId(ApiCallType id) {
   return static_cast<uint32_t>(id) - kFirstGLCall < kGLCallIds;

@@ -10,6 +10,7 @@
 #include "Data/ApiCallType.h"
 #include "Data/Decoder.h"
 #include "Data/GLAdapter.h"
+#include "Data/Registry.h"
 
 namespace Data {
 
@@ -568,7 +569,7 @@ class DCAPKIT_API GLDecoder : public Decoder {
     bool isClaimed;
   };
   std::vector<VertexAttribBuffer> vertexAttribBuffers_;  // owned, see DestroyVertexAttribArrayData
-  std::vector<GLAdapter*> adapters_;
+  Registry<GLAdapter> adapters_;
 };
 
 }  // namespace Data

@@ -9,14 +9,24 @@
 
 namespace Data {
 
-/// Largest sum of bytes, per decoded block, in buffers whose size a file merely claims: contents
-/// that were not recorded, or that the payload is too short for. Contents that the payload holds
-/// are not limited, their size is proven.
+/// Largest sum of bytes, per decoded block, in buffers that are written although their size is not
+/// backed by the payload: arrays of unknown size, tables of entries. Contents that the payload
+/// holds are not limited, their size is proven; nor are sizes that a program asks for.
 inline constexpr uint64_t kMaxUnbackedBytes = uint64_t{256} << 20;
 
-/// Throws std::bad_alloc when `bytes` of claimed size are beyond `kMaxUnbackedBytes`.
+/// The same for contents that are merely claimed (`PointerData::IsClaimed`, names in metadata): they
+/// were not recorded, or the payload is too short for them. They are zero and take no memory until
+/// they are touched.
+inline constexpr uint64_t kMaxClaimedBytes = uint64_t{4} << 30;
+
+/// Throws std::bad_alloc when `bytes` are beyond `kMaxUnbackedBytes`.
 inline void RequireUnbackedSize(uint64_t bytes) {
   if (bytes > kMaxUnbackedBytes) throw std::bad_alloc();
+}
+
+/// Throws std::bad_alloc when `bytes` are beyond `kMaxClaimedBytes`.
+inline void RequireClaimedSize(uint64_t bytes) {
+  if (bytes > kMaxClaimedBytes) throw std::bad_alloc();
 }
 
 struct FreeMemory {

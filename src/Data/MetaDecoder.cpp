@@ -11,7 +11,10 @@ namespace Data {
 namespace {
 
 using Core::Log;
-using Handlers = std::vector<MetaHandler*>;
+using Handlers = Registry<MetaHandler>;
+
+class : public MetaHandler {
+} nobody;
 
 constexpr char kUnit[] = "src/Data/MetaDecoder";
 constexpr char kCut[] =
@@ -54,7 +57,7 @@ class RecordReader {
   // A NUL-terminated copy of a text, all NUL when the payload cuts it; null for no length.
   char* Text(uint32_t length) {
     if (length == 0) return nullptr;
-    if (length > BytesLeft()) RequireUnbackedSize(claimed_ += length);
+    if (length > BytesLeft()) RequireClaimedSize(claimed_ += length);
     char* text = texts_.emplace_back(MakeZeroed<char>(uint64_t{length} + 1)).get();
     ReadBytes(text, length);
     return text;
@@ -124,7 +127,7 @@ void DecodeDisplayMessage(RecordReader& in, const Handlers& handlers) {
   uint32_t length = 0;
   in.Read(&length);
   const char* text = in.Text(length);
-  if (handlers.empty()) return;
+  if (handlers.IsEmpty()) return;
   // Users have always seen an empty message as this exception, so it is part of the interface.
   if (text == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
   Deliver(handlers, &MetaHandler::DisplayMessage, std::string(text));
@@ -335,6 +338,8 @@ const char* MetadataRecordName(uint32_t type, uint32_t subtype) {
   return kind == nullptr ? nullptr : kind->name;
 }
 
+MetaDecoder::MetaDecoder() : handlers_(&nobody) {}
+
 MetaDecoder::~MetaDecoder() = default;
 
 void MetaDecoder::ProcessMetadata(uint32_t type, uint32_t subtype, const uint8_t* data,
@@ -355,12 +360,9 @@ void MetaDecoder::SetCurrentThreadId(uint32_t threadId) {
   ProcessThreadChange(threadId);
 }
 
-void MetaDecoder::AddHandler(MetaHandler* handler) { handlers_.push_back(handler); }
+void MetaDecoder::AddHandler(MetaHandler* handler) { handlers_.Add(handler); }
 
-void MetaDecoder::RemoveHandler(MetaHandler* handler) {
-  const auto found = std::find(handlers_.begin(), handlers_.end(), handler);
-  if (found != handlers_.end()) handlers_.erase(found);
-}
+void MetaDecoder::RemoveHandler(MetaHandler* handler) { handlers_.Remove(handler); }
 
 uint32_t MetaDecoder::ExtractValue(const uint8_t* data, uint32_t size, uint32_t offset,
                                    uint32_t width, void* dest) {

@@ -3,10 +3,10 @@
 #define DCAPKIT_DATA_METADECODER_H
 
 #include <cstdint>
-#include <vector>
 
 #include "Core/Export.h"
 #include "Data/MetaHandler.h"
+#include "Data/Registry.h"
 
 namespace Data {
 
@@ -37,7 +37,7 @@ DCAPKIT_API const char* MetadataRecordName(uint32_t type, uint32_t subtype);
 /// read, and its log lines written.
 class DCAPKIT_API MetaDecoder {
  public:
-  MetaDecoder() = default;
+  MetaDecoder();
   MetaDecoder(const MetaDecoder&) = delete;
   MetaDecoder& operator=(const MetaDecoder&) = delete;
   virtual ~MetaDecoder();
@@ -48,8 +48,8 @@ class DCAPKIT_API MetaDecoder {
   /// bytes is logged once and dropped.
   ///
   /// Throws what a handler throws; std::logic_error for an empty display message when there is a
-  /// handler; std::bad_alloc when memory is short or when names and entries that the payload claims
-  /// but does not hold exceed `kMaxUnbackedBytes` (`Data/Limits.h`).
+  /// handler; std::bad_alloc when memory is short, when names that the payload claims but does not
+  /// hold exceed `kMaxClaimedBytes`, or such entries `kMaxUnbackedBytes` (`Data/Limits.h`).
   virtual void ProcessMetadata(uint32_t type, uint32_t subtype, const uint8_t* data, uint32_t size);
 
   /// Tells every handler that the records that follow were made on `threadId`.
@@ -77,7 +77,7 @@ class DCAPKIT_API MetaDecoder {
 
  private:
   uint32_t currentThreadId_ = 0;
-  std::vector<MetaHandler*> handlers_;
+  Registry<MetaHandler> handlers_;
 };
 
 }  // namespace Data

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "Core/Log.h"
 #include "Data/Limits.h"
@@ -18,9 +19,9 @@ constexpr char kUnit[] = "src/Data/PointerData";
 uint32_t BytesLeft(uint32_t size, uint32_t offset) { return offset < size ? size - offset : 0; }
 
 // Reads a length and the text behind it, if `textFlags` say that it was recorded, into a buffer of
-// length + 1 bytes. `unbacked` sums up the buffers of one block whose size is only claimed.
+// length + 1 bytes. `claimedBytes` sums up the buffers of one block that are only claimed.
 uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32_t textFlags,
-                  uint64_t* unbacked, char** text, uint32_t* length, bool* claimed) {
+                  uint64_t* claimedBytes, char** text, uint32_t* length, bool* claimed) {
   uint32_t consumed = PointerData::ExtractValue(payload, size, offset, 4, length);
   offset += consumed;
   const uint64_t bytes = uint64_t{*length} + 1;
@@ -29,7 +30,7 @@ uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32
     *text = new char[bytes];
     (*text)[*length] = '\0';
   } else {
-    RequireUnbackedSize(*unbacked += *length);
+    RequireClaimedSize(*claimedBytes += *length);
     *text = MakeZeroed<char>(bytes).release();
     *claimed = true;
   }
@@ -37,12 +38,18 @@ uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32
   return consumed;
 }
 
-void FreeText(char* text, bool claimed) {
-  if (claimed) {
+void FreeText(char* text, bool lazy) {
+  if (lazy) {
     std::free(text);
   } else {
     delete[] text;
   }
+}
+
+uint8_t* Grow(uint8_t* array, uint64_t bytes) {
+  auto* grown = static_cast<uint8_t*>(std::realloc(array, bytes));
+  if (grown == nullptr) throw std::bad_alloc();
+  return grown;
 }
 
 }  // namespace
@@ -129,17 +136,20 @@ inline uint32_t PointerData::ExtractContent(const uint8_t* payload, uint32_t siz
   if (recorded && bytes <= BytesLeft(size, offset)) {
     arrayData = new uint8_t[bytes];
   } else {
-    RequireUnbackedSize(bytes);
+    RequireClaimedSize(bytes);
     arrayData = MakeZeroed<uint8_t>(bytes).release();
-    claimed_ = true;
+    claimed_ = lazy_ = true;
   }
   if (!recorded) return 0;
   return ExtractValue(payload, size, offset, static_cast<uint32_t>(bytes), arrayData);
 }
 
 uint32_t PointerData::ExtractString(const uint8_t* payload, uint32_t size, uint32_t offset) {
-  uint64_t unbacked = 0;
-  return ReadText(payload, size, offset, flags, &unbacked, &stringData, &count, &claimed_);
+  uint64_t claimedBytes = 0;
+  const uint32_t consumed =
+      ReadText(payload, size, offset, flags, &claimedBytes, &stringData, &count, &lazy_);
+  claimed_ = lazy_;
+  return consumed;
 }
 
 uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, uint32_t offset) {
@@ -161,15 +171,15 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
   stringLengths = new uint32_t[n]();
   claimedStrings_ = new bool[n]();
 
-  uint64_t unbacked = 0;
+  uint64_t claimedBytes = 0;
   for (uint32_t i = 0; i < n; ++i) {
     consumed += ExtractValue(payload, size, offset + consumed, 4, &stringFlags[i]);
     if (stringFlags[i] == 0) continue;
     if ((stringFlags[i] & PointerFlagAddress) != 0) {
       consumed += ExtractValue(payload, size, offset + consumed, 8, &stringPointerValues[i]);
     }
-    consumed += ReadText(payload, size, offset + consumed, stringFlags[i], &unbacked, &strings[i],
-                         &stringLengths[i], &claimedStrings_[i]);
+    consumed += ReadText(payload, size, offset + consumed, stringFlags[i], &claimedBytes,
+                         &strings[i], &stringLengths[i], &claimedStrings_[i]);
   }
   return consumed;
 }
@@ -185,19 +195,24 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
   if (count >= n) return kResized;
 
   const uint64_t bytes = uint64_t{n} * elementSize;
-  RequireUnbackedSize(bytes);
-  if (claimed_) {
+  const bool recorded = (flags & PointerFlagNoContent) == 0;
+  if (lazy_ && !recorded) {
     uint8_t* grown = MakeZeroed<uint8_t>(bytes).release();
     std::free(arrayData);
-    data = arrayData = grown;
+    arrayData = grown;
+  } else if (lazy_) {
+    // Without a copy, so that pages nobody has touched stay untouched.
+    arrayData = Grow(arrayData, bytes);
+    claimed_ = false;  // from here on the caller knows what it holds
   } else {
     auto* grown = new uint8_t[bytes];
-    if (arrayData != nullptr && (flags & PointerFlagNoContent) == 0) {
+    if (arrayData != nullptr && recorded) {
       std::memcpy(grown, arrayData, uint64_t{count} * elementSize);
     }
     delete[] arrayData;
-    data = arrayData = grown;
+    arrayData = grown;
   }
+  data = arrayData;
   count = n;
   return kResized;
 }
@@ -208,22 +223,22 @@ uint32_t PointerData::ResizeString(uint32_t n) {
   if (count >= n) return kResized;
 
   const uint64_t bytes = uint64_t{n} + 1;
-  RequireUnbackedSize(bytes);
-  char* grown = claimed_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
-  if (!claimed_ && stringData != nullptr && (flags & PointerFlagNoContent) == 0) {
+  char* grown = lazy_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
+  if (stringData != nullptr && (flags & PointerFlagNoContent) == 0) {
     std::memcpy(grown, stringData, count);
+    claimed_ = false;  // from here on the caller knows what it holds
   }
-  FreeText(stringData, claimed_);
+  FreeText(stringData, lazy_);
   data = stringData = grown;
   count = n;
   return kResized;
 }
 
 void PointerData::FreeBuffers() noexcept {
-  if (claimed_) {
+  claimed_ = false;
+  if (std::exchange(lazy_, false)) {
     std::free(arrayData);
     std::free(stringData);
-    claimed_ = false;
   } else {
     delete[] arrayData;
     delete[] stringData;

@@ -62,26 +62,27 @@ class DCAPKIT_API PointerData {
   /// `width`; the file does not know it. Returns 0 with `decoded` false for an empty payload.
   ///
   /// A payload that is too short is logged and decoded as far as it goes: missing counts are 0 and
-  /// missing bytes are zero. Throws std::bad_alloc when memory is short, when buffers of claimed
-  /// but absent contents exceed `kMaxUnbackedBytes` (`Data/Limits.h`), and for a string array with
-  /// more entries than the payload has bytes; the object can then be decoded into again or
-  /// destroyed.
+  /// missing bytes are zero. Throws std::bad_alloc when memory is short, when claimed contents
+  /// exceed `kMaxClaimedBytes` or other unbacked buffers `kMaxUnbackedBytes` (`Data/Limits.h`), and
+  /// for a string array with more entries than the payload has bytes; the object can then be
+  /// decoded into again or destroyed.
   uint32_t Decode(const uint8_t* payload, uint32_t size, uint32_t offset, uint32_t width);
 
-  /// Makes an array hold at least `n` elements: `kResized`. Buffers never shrink. Recorded elements
-  /// are kept, further ones are NOT cleared; `count` becomes `n`, and `arrayData` and `data`
-  /// change. `kWrongKind` if this is no array, `kZeroSize` if it is and `n` is 0; nothing changes
-  /// then, nor when std::bad_alloc is thrown (memory is short or the size exceeds
-  /// `kMaxUnbackedBytes`).
+  /// Makes an array hold at least `n` elements: `kResized`. Buffers never shrink. Elements are
+  /// kept, unless their content was left out of the recording; further ones are NOT cleared.
+  /// `count` becomes `n`, and `arrayData` and `data` change. `kWrongKind` if this is no array,
+  /// `kZeroSize` if it is and `n` is 0; nothing changes then, nor when std::bad_alloc is thrown
+  /// because memory is short.
   uint32_t ResizeArray(uint32_t n);
 
-  /// The same for a string of `n` characters and the NUL behind them. Recorded characters are kept,
-  /// all others are NUL.
+  /// The same for a string of `n` characters and the NUL behind them. All further characters are
+  /// NUL.
   uint32_t ResizeString(uint32_t n);
 
   /// True when the payload holds no byte of the content of this array, single value or string: it
-  /// was not recorded, or the payload ends too early. The content is zero then. It may be large,
-  /// and takes memory only when it is touched, so look here before reading it.
+  /// was left out of the recording, or the payload ends too early. The content is zero then. It may
+  /// be large, and takes memory only when it is touched, so look here before reading it. Resizing
+  /// content that the payload was too short for makes it the caller's own: false then.
   [[nodiscard]] bool IsClaimed() const { return claimed_; }
 
   /// The same for entry `i` of a string array.
@@ -134,8 +135,8 @@ class DCAPKIT_API PointerData {
   void FreeBuffers() noexcept;
   [[gnu::cold, gnu::noinline]] static void LogCutValue();
 
-  // Buffers are made with new[], those of claimed content with calloc.
   bool claimed_ = false;
+  bool lazy_ = false;  // arrayData and stringData come from calloc, otherwise from new[]
   bool* claimedStrings_ = nullptr;  // an element for each entry of `strings`
 };
 

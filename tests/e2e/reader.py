@@ -19,7 +19,7 @@ TRAILER = b"\xEE" * 8
 FRAME, SET_UP = 1, 2
 THREADS, NO_TRAILERS, SET_UP_FIRST = 0x40, 0x100, 0x1000
 VALUE, ARRAY, STRING, STRINGS, KIND, ADDRESS, NO_CONTENT, SIZE_ONLY = 1, 2, 4, 6, 6, 8, 0x10, 0x20
-MOST_CLAIMED = 256 << 20
+MOST_CLAIMED, MOST_UNBACKED = 4 << 30, 256 << 20
 COMPLETE, DAMAGED, CUT = 0, 1, 3
 WIDTH = {"u8": 1, "u32": 4, "i32": 4, "f32": 4, "u64": 8, "i64": 8}
 VERTEX, VERTEX_I = 0x908C, 0x90B5
@@ -246,7 +246,7 @@ class Payload:
     def __init__(self, data):
         self.data = data
         self.at = 0
-        self.claimed = 0
+        self.expect_claims(MOST_CLAIMED)
 
     def take(self, size):
         """The next bytes, or None."""
@@ -271,9 +271,13 @@ class Payload:
 
     def claim(self, size):
         self.claimed += size
-        if self.claimed > MOST_CLAIMED:
+        if self.claimed > self.most_claimed:
             raise Damage
         return Zeros(size)
+
+    def expect_claims(self, most):
+        """Claims from here on must not come to more."""
+        self.claimed, self.most_claimed = 0, most
 
 
 class Pointer:
@@ -285,7 +289,7 @@ class Pointer:
         self.text = ""
         if not payload.data:
             return
-        payload.claimed = 0
+        payload.expect_claims(MOST_CLAIMED)
         self.flags = payload.number()
         if self.flags & ADDRESS:
             self.address = payload.number(stored="u64")
@@ -351,7 +355,7 @@ def vertex_records(payload):
     """The lines of the vertex arrays that follow the parameters of a draw call."""
     count = payload.number()
     function = index = size = kind = normalized = stride = offset = flags = length = 0
-    payload.claimed = 0
+    payload.expect_claims(MOST_UNBACKED)
     for _ in range(count):
         if count > len(payload.data) and payload.at + 4 > len(payload.data):
             break
@@ -385,7 +389,8 @@ def flushed_range(payload, values):
     pointer = Pointer(payload, 1)
     data = pointer.array()
     if data is not None and pointer.count < length:
-        Payload(b"").claim(length)
+        if length > MOST_UNBACKED:
+            raise Damage
         recorded = b"" if isinstance(data, Zeros) else data
         data = Zeros(length) if not recorded else recorded + bytes(length - len(recorded))
     elif isinstance(data, Zeros):

@@ -8,6 +8,7 @@
 #include "Data/Limits.h"
 #include "Data/PointerData.h"
 
+#include "support/AllocationMeter.h"
 #include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
 
@@ -263,37 +264,37 @@ TEST_F(PointerDataTest, DecodingAgainFreesWhatWasHeldAndClearKeepsTheElementSize
 
 // Sizes that are claimed only: what is too much, and the largest that is not.
 TEST_F(PointerDataTest, ClaimedSizesAreLimited) {
-  constexpr auto kMax = static_cast<uint32_t>(kMaxUnbackedBytes);
+  constexpr auto kMax = static_cast<uint32_t>(kMaxClaimedBytes / 4);
   constexpr uint32_t kAll = std::numeric_limits<uint32_t>::max();
   const Bytes tooMuch[] = {
-      Bytes().U32(0x2).U32(kMax / 4 + 1),                  // array that is cut
-      Bytes().U32(0x2).U32(0x40000000),                    // its size wraps to 0 in 32 bits
-      Bytes().U32(0x2).U32(kAll).U32(1),                   //
-      Bytes().Unrecorded(PointerKindArray, kMax / 4 + 1),  //
-      Bytes().Unrecorded(PointerKindArray, 0x40000000),    //
-      Bytes().U32(0x4).U32(kMax + 1),                      // string that is cut
-      Bytes().U32(0x4).U32(kAll),                          // length + 1 wraps to 0
-      Bytes().Unrecorded(PointerKindString, kAll),         //
-      Bytes().U32(0x6).U32(12),                           // more strings than the payload has bytes
-      Bytes().U32(0x6).U32(kAll),                         //
-      Bytes().U32(0x6).U32(1).Unrecorded(0x4, kMax + 1),  //
-      Bytes().U32(0x6).U32(2).String("a").U32(4).U32(kAll),  //
+      Bytes().U32(0x2).U32(kMax + 1),                  // array that is cut
+      Bytes().U32(0x2).U32(kAll).U32(1),               //
+      Bytes().Unrecorded(PointerKindArray, kMax + 1),  //
+      Bytes().U32(0x6).U32(12),                        // more strings than the payload has bytes
+      Bytes().U32(0x6).U32(kAll),                      //
       // Together, though not each alone.
-      Bytes().U32(0x6).U32(2).Unrecorded(0x4, kMax / 2).Unrecorded(0x4, kMax / 2 + 1),
+      Bytes().U32(0x6).U32(2).Unrecorded(0x4, kAll).Unrecorded(0x4, 2),
   };
   for (const Bytes& block : tooMuch) {
     EXPECT_THROW(Decode(block), std::bad_alloc);
     EXPECT_FALSE(pointer_.decoded);
     EXPECT_EQ(pointer_.data, nullptr);
   }
-  EXPECT_EQ(Decode(Bytes().Unrecorded(PointerKindArray, kMax / 4)), 8u);
+  // Its size wraps to 0 in 32 bits, and length + 1 does.
+  for (const Bytes& block :
+       {Bytes().Unrecorded(PointerKindArray, kMax), Bytes().Unrecorded(PointerKindString, kAll),
+        Bytes().U32(0x4).U32(kAll), Bytes().U32(0x2).U32(kMax)}) {
+    EXPECT_EQ(Decode(block), 8u);
+    EXPECT_TRUE(pointer_.IsClaimed());
+  }
   EXPECT_EQ(Decode(Bytes().U32(0x6).U32(11)), 8u);
   EXPECT_THAT(std::vector(pointer_.strings, pointer_.strings + 11), Each(nullptr));
 }
 
 TEST_F(PointerDataTest, AnObjectWhoseDecodeThrewServesAgain) {
-  EXPECT_THROW(Decode(Bytes().U32(0xE).U64(5).U32(2).String("a").U32(4).U32(0xFFFFFFFF)),
-               std::bad_alloc);
+  EXPECT_THROW(
+      Decode(Bytes().U32(0xE).U64(5).U32(3).String("a").Unrecorded(0x4, 0xFFFFFFFF).U32(4).U32(9)),
+      std::bad_alloc);
   EXPECT_EQ(Decode(Bytes().Null()), 4u);
   EXPECT_TRUE(pointer_.decoded);
   EXPECT_EQ(pointer_.strings, nullptr);
@@ -316,8 +317,31 @@ TEST_F(PointerDataTest, AnArrayGrowsAndKeepsItsElements) {
   pointer_.arrayData[1999] = 1;
   pointer_.count = 3;
   EXPECT_THAT(Elements<uint32_t>(), ElementsAre(1, 2, 3));
+  const AllocationMeter meter(1 << 20);
   EXPECT_THROW(pointer_.ResizeArray(0x40000001), std::bad_alloc);
   EXPECT_THAT(Elements<uint32_t>(), ElementsAre(1, 2, 3));
+}
+
+TEST_F(PointerDataTest, AProgramMayAskForMoreThanAFileMay) {
+  Decode(Bytes().Array<uint8_t>({1, 2}), 1);
+  EXPECT_EQ(pointer_.ResizeArray(320 << 20), 0u);
+  EXPECT_EQ(pointer_.arrayData[1], 2);
+  Decode(Bytes().Unrecorded(PointerKindArray, 300 << 20), 1);
+  EXPECT_TRUE(pointer_.IsClaimed());
+}
+
+TEST_F(PointerDataTest, WhatIsWrittenIntoClaimedContentStaysWhenThatGrows) {
+  Decode(Bytes().U32(PointerKindArray).U32(3));
+  std::memset(pointer_.arrayData, 1, 12);
+  EXPECT_EQ(pointer_.ResizeArray(4096), 0u);
+  EXPECT_FALSE(pointer_.IsClaimed());
+  pointer_.count = 3;
+  EXPECT_THAT(Elements<uint32_t>(), Each(0x01010101));
+  Decode(Bytes().U32(PointerKindString).U32(3));
+  std::memcpy(pointer_.stringData, "abc", 3);
+  EXPECT_EQ(pointer_.ResizeString(5), 0u);
+  EXPECT_FALSE(pointer_.IsClaimed());
+  EXPECT_EQ(std::string(pointer_.stringData, 6), std::string("abc\0\0\0", 6));
 }
 
 TEST_F(PointerDataTest, AnArrayWithoutContentGrowsToo) {
@@ -340,7 +364,6 @@ TEST_F(PointerDataTest, AStringGrowsAndKeepsItsCharacters) {
   EXPECT_EQ(pointer_.count, 8u);
   EXPECT_EQ(std::string(pointer_.stringData, 9), std::string("abc\0\0\0\0\0\0", 9));
   EXPECT_EQ(pointer_.data, pointer_.stringData);
-  EXPECT_THROW(pointer_.ResizeString(0xFFFFFFFF), std::bad_alloc);
   Decode(Bytes().Unrecorded(PointerKindString, 3));
   EXPECT_EQ(pointer_.ResizeString(4), 0u);
   EXPECT_EQ(std::string(pointer_.stringData, 5), std::string(5, '\0'));

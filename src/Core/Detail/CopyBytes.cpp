@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#ifdef __x86_64__
+
 namespace Core {
 
 void CopyInPieces(void* to, const void* from, size_t count) {
@@ -17,3 +19,5 @@ void CopyInPieces(void* to, const void* from, size_t count) {
 }
 
 }  // namespace Core
+
+#endif

@@ -8,15 +8,13 @@
 
 #include "Core/Exceptions.h"
 #include "Data/Detail/CaptureFileTexts.h"
+#include "Data/Detail/Format.h"
 
 namespace Data {
 
 using namespace CaptureFileTexts;
 
 namespace {
-
-constexpr uint64_t kTrailerSize = sizeof(DCAPFrameTrailer);
-constexpr uint64_t kFrameNumberSize = sizeof(uint32_t);
 
 struct Block {
   uint64_t position = 0;  // 0 for no block
@@ -62,7 +60,7 @@ class Examination {
     ReadAt(0, &header, sizeof(header), kHeaderUnreadable);
     if (header.fourCC != kDCAPFourCC) throw Core::BasicException(kNotACapture);
     found_.keptSize = size_;
-    trailers_ = (header.optionMask & kOptionNoTrailers) == 0;
+    trailers_ = HasTrailers(header.optionMask);
   }
 
   // Counts the blocks that are there whole and returns where they end.
@@ -148,8 +146,7 @@ class Examination {
   }
 
   uint64_t SkipSubBlocks(uint64_t position, uint64_t limit) {
-    const bool threadIds = (found_.storedHeader.optionMask & kOptionThreadIds) != 0;
-    const uint64_t headerSize = sizeof(SubBlockHeader) - (threadIds ? 0 : sizeof(uint32_t));
+    const uint64_t headerSize = SubBlockHeaderSize(HasThreadIds(found_.storedHeader.optionMask));
     SubBlockHeader header{};
     while (limit - position >= headerSize) {
       ReadAt(position, &header, headerSize, kBlockHeaderUnreadable);

@@ -8,18 +8,16 @@
 #include <memory>
 #include <optional>
 #include <span>
-#include <string>
 
 #include "Core/DataReader.h"
 #include "Core/Export.h"
 #include "Data/ApiCallType.h"
 #include "Data/DCAPFormat.h"
 
-namespace Util {
-class Compressor;
-}
-
 namespace Data {
+
+class BlockWindow;
+class Inflater;
 
 /// A sub-block as it is stored. `body` is its description and its payload, perhaps compressed; it
 /// is borrowed from the reader until the reader's next operation. Of a sub-block that was read with
@@ -28,7 +26,8 @@ struct StoredSubBlock {
   uint16_t type;  ///< `SubBlockType`, or any other value
   uint32_t threadId;
   const uint8_t* body;
-  uint32_t size;  ///< of `body`, in bytes
+  uint32_t size;      ///< of the whole sub-block, in bytes
+  uint32_t bodySize;  ///< of `body`: `size`, or less when the description alone is there
 
   /// A function or method call, compressed or not.
   [[nodiscard]] bool IsCall() const {
@@ -134,36 +133,22 @@ class DCAPKIT_API DCAPBlockReader {
 
   /// Decompresses a call, which must be one. None for a compressed call that states a size of 0,
   /// which readers drop. In a capture without compression and for an empty payload the bytes are
-  /// taken as they are. Throws `SubBlockDataFailMsg`, `DecompressFailMsg`.
+  /// taken as they are. Throws `SubBlockDataFailMsg`, also for a sub-block that was read with
+  /// `NextSubBlockDesc`, and `DecompressFailMsg`.
   std::optional<StoredCall> ReadCall(const StoredSubBlock& subBlock);
 
  private:
-  [[nodiscard]] uint64_t Ahead() const noexcept { return end_ - cursor_; }
-  bool ReadSubBlockHeader(StoredSubBlock* subBlock);
-  void Skip(uint32_t size);
-  const uint8_t* Take(uint32_t size, const std::string& message);
-  void Fill(uint32_t size, const std::string& message);
-  void Reserve(uint64_t capacity);
+  DCAPKIT_HIDDEN bool ReadSubBlockHeader(StoredSubBlock* subBlock);
 
-  std::shared_ptr<Core::DataReader> reader_;
-  std::unique_ptr<Util::Compressor> compressor_;
+  std::unique_ptr<BlockWindow> window_;
+  std::unique_ptr<Inflater> inflater_;
   FileHeader header_{};
   BlockHeader block_{};
   uint32_t frameNumber_ = 0;
   uint32_t remaining_ = 0;   // bytes of the block that are left for sub-blocks, or of a raw body
   bool trailerDue_ = false;  // a trailer follows them that was not read yet
   uint64_t nextBlock_ = sizeof(FileHeader);  // where the block behind the one at hand begins
-  uint64_t unfetched_ = 0;                   // bytes of the block that are still with the stream
-
-  // Bytes of the block that were fetched: buffer_ from cursor_ to end_.
-  std::unique_ptr<uint8_t[]> buffer_;
-  uint64_t fetchSize_;  // how many are fetched at once
   std::array<uint8_t, sizeof(MethodCallDesc) + sizeof(uint32_t)> desc_{};  // of NextSubBlockDesc
-  uint64_t capacity_ = 0;
-  uint64_t cursor_ = 0;
-  uint64_t end_ = 0;
-  std::unique_ptr<uint8_t[]> inflated_;
-  uint32_t inflatedCapacity_ = 0;
 };
 
 }  // namespace Data

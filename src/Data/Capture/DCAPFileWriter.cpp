@@ -5,9 +5,8 @@
 #include <cstring>
 #include <utility>
 
-#include "Core/Exceptions.h"
-#include "Util/LZ4Compressor.h"
-#include "Util/LZ77Compressor.h"
+#include "Data/Detail/Compression.h"
+#include "Data/Detail/Format.h"
 
 namespace Data {
 
@@ -28,27 +27,6 @@ namespace {
 // A larger block may have left the writer's buffer already.
 constexpr uint64_t kBufferedSize = uint64_t{64} * 1024;
 
-constexpr uint32_t kShortSubHeaderSize = sizeof(SubBlockHeader) - sizeof(uint32_t);
-constexpr uint32_t kInflatedSizeSize = sizeof(uint32_t);
-constexpr uint32_t kMaxDescSize = sizeof(MethodCallDesc) + kInflatedSizeSize;
-
-[[noreturn, gnu::cold, gnu::noinline]] void Fail(const std::string& message) {
-  throw Core::BasicException(message);
-}
-
-std::unique_ptr<Util::Compressor> MakeCompressor(const DCAPWriterOptions& options) {
-  switch (options.compression) {
-    case kCompressionNone:
-      return nullptr;
-    case kCompressionLZ4:
-      return std::make_unique<Util::LZ4Compressor>(options.quality, 1);
-    case kCompressionLZ77:
-      return std::make_unique<Util::LZ77Compressor>(options.quality, 1,
-                                                    Util::LZ77Compressor::kMaxWindow);
-  }
-  Fail(DCAPFileWriter::CompressionTypeFailMsg);
-}
-
 }  // namespace
 
 DCAPWriterOptions::DCAPWriterOptions(const FileHeader& header)
@@ -56,18 +34,17 @@ DCAPWriterOptions::DCAPWriterOptions(const FileHeader& header)
       versionMinor(header.versionMinor),
       versionMajor(header.versionMajor),
       optionMask(header.optionMask),
-      compression(static_cast<CompressionType>((header.optionMask & kOptionCompressionMask) >>
-                                               kOptionCompressionShift)) {
+      compression(static_cast<CompressionType>(CompressionOf(header.optionMask))) {
   std::copy(std::begin(header.reserved), std::end(header.reserved), reserved);
 }
 
 DCAPFileWriter::DCAPFileWriter(std::shared_ptr<Core::DataWriter> writer,
                                const DCAPWriterOptions& options)
     : writer_(std::move(writer)),
-      compressor_(MakeCompressor(options)),
+      compressor_(MakeCompressor(options.compression, options.quality, CompressionTypeFailMsg)),
       compressionThreshold_(options.compressionThreshold),
-      hasThreadIds_((options.optionMask & kOptionThreadIds) != 0),
-      hasTrailers_((options.optionMask & kOptionNoTrailers) == 0),
+      hasThreadIds_(HasThreadIds(options.optionMask)),
+      hasTrailers_(HasTrailers(options.optionMask)),
       flushBlocks_(options.flushBlocks) {
   if (writer_ == nullptr || !writer_->IsValid()) Fail(InvalidWriterMsg);
   FileHeader header{};
@@ -188,7 +165,7 @@ void DCAPFileWriter::WriteSubBlock(uint32_t threadId, uint16_t type, const uint8
 void DCAPFileWriter::WriteParts(uint32_t threadId, uint16_t type, const uint8_t* desc,
                                 uint32_t descSize, const uint8_t* payload, uint32_t size) {
   if (block_ != BlockKind::kFramed) Fail(NoBlockMsg);
-  const uint32_t headerSize = hasThreadIds_ ? sizeof(SubBlockHeader) : kShortSubHeaderSize;
+  const uint32_t headerSize = SubBlockHeaderSize(hasThreadIds_);
   RequireRoom(uint64_t{headerSize} + descSize + size);
 
   const SubBlockHeader header{type, descSize + size, threadId};

@@ -6,6 +6,11 @@
 #include <cstring>
 #include <utility>
 
+#include "Core/Detail/Reading.h"
+#include "Core/Exceptions.h"
+#include "Data/Detail/CaptureFileTexts.h"
+#include "Data/Detail/Viewing.h"
+
 namespace Data {
 
 namespace {
@@ -24,13 +29,13 @@ void Overlay(const void* field, uint64_t fieldSize, uint64_t fieldPosition, unsi
 }  // namespace
 
 RecoveredReader::RecoveredReader(std::shared_ptr<Core::DataReader> source, uint64_t fileSize)
-    : source_(std::move(source)), recovery_(CaptureRecovery::Examine(source_.get(), fileSize)) {
-  source_->Seek(SEEK_SET, 0);
-}
+    : RecoveredReader(source, CaptureRecovery::Examine(source.get(), fileSize)) {}
 
 RecoveredReader::RecoveredReader(std::shared_ptr<Core::DataReader> source,
                                  const CaptureRecovery& recovery)
     : source_(std::move(source)), recovery_(recovery) {
+  if (source_ == nullptr) throw Core::BasicException(CaptureFileTexts::kInvalidReader);
+  viewer_ = AsViewer(source_.get());
   source_->Seek(SEEK_SET, 0);
 }
 
@@ -45,7 +50,7 @@ unsigned long RecoveredReader::Read(void* buffer, unsigned long size) {
   unsigned long count = 0;
   if (position_ < recovery_.keptSize) {
     const unsigned long kept = std::min(size, recovery_.keptSize - position_);
-    count = source_->Read(bytes, kept);
+    count = Core::ReadUpTo(source_.get(), bytes, kept);
     Overlay(&recovery_.header, sizeof(FileHeader), 0, bytes, count, position_);
     if (recovery_.lastBlock != 0) {
       Overlay(&recovery_.lastBlockSize, sizeof(recovery_.lastBlockSize),
@@ -91,5 +96,19 @@ int RecoveredReader::Seek(int origin, int64_t offset) {
 }
 
 uint64_t RecoveredReader::Tell() const { return position_; }
+
+std::span<const unsigned char> RecoveredReader::View(unsigned long atLeast, unsigned long atMost) {
+  // What differs from the source are the header, the size of the last block, and the trailer.
+  const uint64_t size = recovery_.lastBlock + offsetof(BlockHeader, size);
+  const uint64_t sizeEnd = size + sizeof(recovery_.lastBlockSize);
+  const uint64_t end = recovery_.lastBlock != 0 && position_ < sizeEnd ? size : recovery_.keptSize;
+  if (viewer_ == nullptr || position_ < sizeof(FileHeader) || position_ >= end ||
+      end - position_ < atLeast) {
+    return {};
+  }
+  const auto bytes = viewer_->View(atLeast, std::min(atMost, end - position_));
+  position_ += bytes.size();
+  return bytes;
+}
 
 }  // namespace Data

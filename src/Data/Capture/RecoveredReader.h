@@ -4,9 +4,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 
 #include "Core/DataReader.h"
 #include "Core/Export.h"
+#include "Core/ViewReader.h"
 #include "Data/Capture/CaptureRecovery.h"
 
 namespace Data {
@@ -19,10 +21,10 @@ namespace Data {
 ///
 /// Of a finished capture it shows the bytes as they are. A file longer than the capture ends where
 /// the capture does.
-class DCAPKIT_API RecoveredReader : public Core::DataReader {
+class DCAPKIT_API RecoveredReader : public Core::ViewReader {
  public:
   /// Examines the capture of `fileSize` bytes behind `source`, shares the source, and stands at the
-  /// start. Throws what `CaptureRecovery::Examine` throws.
+  /// start. Throws what `CaptureRecovery::Examine` throws, for a null source, too.
   RecoveredReader(std::shared_ptr<Core::DataReader> source, uint64_t fileSize);
 
   /// The same for a capture that was examined before, through this source or another one.
@@ -44,10 +46,13 @@ class DCAPKIT_API RecoveredReader : public Core::DataReader {
   [[nodiscard]] bool AtEof() const override;
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
+  /// Shows the bytes of a source that shows its own, where they need no change.
+  std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  private:
   // The source stands at position_, or at the end of the kept bytes when that is less.
   std::shared_ptr<Core::DataReader> source_;
+  Core::ViewReader* viewer_;  // the source, when it shows its bytes
   CaptureRecovery recovery_;
   uint64_t position_ = 0;
 };

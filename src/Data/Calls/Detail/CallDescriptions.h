@@ -9,10 +9,6 @@
 
 namespace Data {
 
-inline constexpr uint32_t kFirstEGLCall = 0x8000;
-inline constexpr uint32_t kFirstGLCall = 0x9000;
-inline constexpr uint32_t kEGLCallIds = 67;
-inline constexpr uint32_t kGLCallIds = 531;
 inline constexpr uint16_t kNoCall = 0xFFFF;
 
 // In the order of the adapters' operations.

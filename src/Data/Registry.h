@@ -1,0 +1,82 @@
+// Lists of borrowed listeners.
+#ifndef DCAPKIT_DATA_REGISTRY_H
+#define DCAPKIT_DATA_REGISTRY_H
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <vector>
+
+namespace Data {
+
+/// The adapters, decoders or handlers that were registered with an object, in the order of
+/// registration. Borrowed, never deleted.
+///
+///     for (GLAdapter* adapter : adapters_) adapter->glFlush();
+///
+/// Listeners may be added and removed while such a loop runs, and loops may be nested: a loop
+/// serves none that are added meanwhile, and none that are gone.
+template <typename Listener>
+class Registry {
+ public:
+  /// `nobody`, a listener that does nothing, takes the places of those that are removed. Borrowed.
+  explicit Registry(Listener* nobody) : nobody_(nobody) {}
+  Registry(const Registry&) = delete;
+  Registry& operator=(const Registry&) = delete;
+
+  /// Appends a listener; neither null nor a second entry is noticed.
+  void Add(Listener* listener) {
+    if (end_ == limit_) MakeRoom();
+    *end_++ = listener;
+  }
+
+  /// Takes the first entry of `listener` out; does nothing when there is none.
+  void Remove(Listener* listener) {
+    for (const Array& array : arrays_) {
+      Listener** end = array.entries.get() + array.size;
+      Listener** found = std::find(array.entries.get(), end, listener);
+      if (found != end) *found = nobody_;
+    }
+    while (end_ != begin_ && end_[-1] == nobody_) --end_;
+  }
+
+  [[nodiscard]] bool IsEmpty() const { return begin_ == end_; }
+
+  Listener* const* begin() const { return begin_; }
+  Listener* const* end() const { return end_; }
+
+ private:
+  // Loops bear no cost of all this: they walk from a begin to an end that they read at their start.
+  // So entries keep their places, and an array that became too small stays until the registry goes.
+  // Only when most places of a full array are those of `nobody_` are they closed up; a loop that
+  // runs just then may miss a listener.
+  struct Array {
+    std::unique_ptr<Listener*[]> entries;
+    size_t size;
+  };
+
+  void MakeRoom() {
+    const auto used = static_cast<size_t>(end_ - begin_);
+    const auto gaps = static_cast<size_t>(std::count(begin_, end_, nobody_));
+    if (gaps > used / 2) {
+      end_ = std::remove(begin_, end_, nobody_);
+      std::fill(end_, limit_, nobody_);
+      return;
+    }
+    const size_t size = 2 * used + 2;
+    Array& grown = arrays_.emplace_back(Array{std::make_unique<Listener*[]>(size), size});
+    end_ = std::remove_copy(begin_, end_, grown.entries.get(), nobody_);
+    begin_ = grown.entries.get();
+    limit_ = begin_ + size;
+  }
+
+  Listener** begin_ = nullptr;
+  Listener** end_ = nullptr;
+  Listener** limit_ = nullptr;
+  Listener* nobody_;
+  std::vector<Array> arrays_;  // the last is in use
+};
+
+}  // namespace Data
+
+#endif  // DCAPKIT_DATA_REGISTRY_H
