@@ -61,10 +61,9 @@ def run_with_full_disk(*arguments, limit):
 
 def write_capture(path, *calls):
     """Writes a capture of one frame with `calls`, pairs of an identifier and a payload."""
-    block = struct.pack("<I", 1)
-    for call, payload in calls:
-        block += struct.pack("<HIH", 3, 2 + len(payload), call) + payload
-    block += b"\xee" * 8
+    block = b"".join((struct.pack("<I", 1),
+                      *(struct.pack("<HIH", 3, 2 + len(payload), call) + payload for call, payload in calls),
+                      b"\xee" * 8))
     path.write_bytes(struct.pack("<4sHBBI8xIQ", b"DCAP", 0, 2, 1, 0, 1, 38 + len(block)) +
                      struct.pack("<HI", 1, len(block)) + block)
 
