@@ -50,10 +50,16 @@ for path in bash-completion/completions/dcap zsh/site-functions/_dcap; do
   [[ -f $prefix/share/$path ]] || Fail "$path is not there"
 done
 
+# The old include lines of headers that moved, from outside and inside of a build.
+for user in installed embedded; do
+  Quietly cmake -S "$source/tests/package/moved" -B "$work/$user" -G Ninja -D"$user"="$source" \
+    -DCMAKE_PREFIX_PATH="$prefix"
+done
+Quietly cmake --build "$work/installed"
+ExpectEqual "the description of a call" glDrawArrays "$("$work/installed/moved")"
+Quietly cmake --build "$work/embedded" --target moved_objects
+
 # The installed tool finds the library beside it, and each header stands alone.
 ExpectEqual "draws by the tool" "$draws" \
   "$("$prefix/bin/dcap" dump "$sample" | grep -c 'glDrawArrays(')"
-find "$prefix/include/dcapkit" -name '*.h' | while read -r header; do
-  g++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -x c++ \
-    -I "$prefix/include/dcapkit" - <<<"#include \"$header\"" || Fail "$header alone"
-done
+Quietly "$source/tests/package/headers.py" "$prefix/include/dcapkit" "$lib/libdcapkit.so"
