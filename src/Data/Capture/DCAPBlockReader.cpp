@@ -58,10 +58,10 @@ bool DCAPBlockReader::NextBlock() {
   window_->BeginBlock(block_.size);
   if (!IsFramed()) return true;
 
-  trailerDue_ = HasTrailers(header_.optionMask);
-  if (trailerDue_) {
+  if (HasTrailers(header_.optionMask)) {
     if (remaining_ < kTrailerSize) Fail(Texts::BlockTrailerMissingMsg);
     remaining_ -= kTrailerSize;
+    trailerDue_ = true;
   }
   if (remaining_ < kFrameNumberSize) Fail(Texts::FrameNumberFailMsg);
   // Read by itself, so that frames which nobody looks into are not fetched.
