@@ -14,7 +14,7 @@ class QuietLog : public Core::Log::Sink {
 };
 
 /// Prints to nowhere; the canonical form has a checksum of every byte.
-class NullSink : public TextSink {
+class NullSink : public Inspect::TextSink {
  public:
   void Write(std::string_view text) override { bytes += text.size(); }
   uint64_t bytes = 0;
@@ -37,10 +37,10 @@ class FrameOfEvents {
  private:
   // Made once: a large buffer for each input takes most of its time.
   static inline NullSink sink;
-  static inline CanonicalPrinter printer{&sink};
+  static inline Inspect::CanonicalPrinter printer{&sink};
 
  public:
-  EventConsumer consumer{&printer};
+  Inspect::EventConsumer consumer{&printer};
 };
 
 #endif  // DCAPKIT_FUZZ_PRINTEDEVENTS_H

@@ -12,8 +12,8 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;
   NullSink sink;
-  CanonicalPrinter printer(&sink);
-  EventConsumer consumer(&printer);
+  Inspect::CanonicalPrinter printer(&sink);
+  Inspect::EventConsumer consumer(&printer);
   const auto reader = std::make_shared<Core::MemoryReader>(std::span(data, size));
   try {
     Data::DCAPFileProcessor processor;

@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint32_t grown = data[2] * 1000u;
   const auto payloadSize = static_cast<uint32_t>(size - 3);
   NullSink sink;
-  CanonicalPrinter printer(&sink);
+  Inspect::CanonicalPrinter printer(&sink);
   Data::PointerData pointer;
   try {
     pointer.Decode(data + 3, payloadSize, 0, elementSize);

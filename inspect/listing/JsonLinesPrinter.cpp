@@ -7,8 +7,11 @@
 
 #include <rapidjson/memorystream.h>
 
+#include "inspect/events/CompressionName.h"
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
-#include "inspect/walk/Capture.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -477,3 +480,5 @@ void JsonLinesPrinter::Field(const MetaField& field) {
       break;
   }
 }
+
+}  // namespace Inspect

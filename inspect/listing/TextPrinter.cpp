@@ -5,7 +5,10 @@
 #include <charconv>
 #include <iterator>
 
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -410,3 +413,5 @@ void TextPrinter::Field(const MetaField& field) {
       return out_.Char(']');
   }
 }
+
+}  // namespace Inspect
