@@ -28,7 +28,10 @@ OptionsError::OptionsError(uint32_t hasOptions, uint32_t firstHasOptions,
       firstOptions(firstHasOptions) {}
 
 CaptureCopy::CaptureCopy(std::shared_ptr<Core::DataWriter> output, CopySettings settings)
-    : output_(std::move(output)), settings_(std::move(settings)) {}
+    : output_(std::move(output)),
+      settings_(std::move(settings)),
+      selectsAllOfFrames_(settings_.selection.threads.IsAll() &&
+                          settings_.selection.SelectsAllCalls()) {}
 
 void CaptureCopy::Append(const Capture& capture, const std::string& name, ProgressSink* progress) {
   reader_.emplace(capture.Reader());
@@ -85,6 +88,27 @@ void CaptureCopy::Begin(const std::string& name) {
   writer_.emplace(output_, options);
 }
 
+inline void CaptureCopy::CopySubBlock(const Data::StoredSubBlock& subBlock) {
+  if (!recompresses_ || !subBlock.IsCall()) {
+    writer_->WriteSubBlock(subBlock.threadId, subBlock.type, subBlock.body, subBlock.size);
+    return;
+  }
+  const auto call = reader_->ReadCall(subBlock);
+  if (!call) {
+    Core::Log::Print(Core::Log::LogLevel::kError, Core::Log::LogZone::kProcessing, __LINE__,
+                     "inspect/copy/CaptureCopy", true,
+                     "A compressed call with an invalid decompressed size of 0 is left out.");
+    return;
+  }
+  const auto id = static_cast<Data::ApiCallType>(call->desc.callId);
+  if (call->isMethod) {
+    writer_->WriteMethodCall(subBlock.threadId, call->desc.objectValue, id, call->payload,
+                             call->size);
+  } else {
+    writer_->WriteFunctionCall(subBlock.threadId, id, call->payload, call->size);
+  }
+}
+
 void CaptureCopy::CopyBlock() {
   if (frameOrdinal_ != 0 && !settings_.selection.SelectsFrame(frameOrdinal_)) return;
   const uint16_t type = reader_->Block().type;
@@ -104,7 +128,7 @@ void CaptureCopy::CopyBlock() {
   }
   Data::StoredSubBlock subBlock{};
   while (reader_->NextSubBlock(&subBlock)) {
-    if (Selects(subBlock)) CopySubBlock(subBlock);
+    if (selectsAllOfFrames_ || Selects(subBlock)) CopySubBlock(subBlock);
   }
 }
 
@@ -118,27 +142,6 @@ bool CaptureCopy::Selects(const Data::StoredSubBlock& subBlock) const {
   }
   std::memcpy(&desc, subBlock.body, sizeof(desc));
   return selection.SelectsMetadata(desc.type, desc.subtype);
-}
-
-void CaptureCopy::CopySubBlock(const Data::StoredSubBlock& subBlock) {
-  if (!recompresses_ || !subBlock.IsCall()) {
-    writer_->WriteSubBlock(subBlock.threadId, subBlock.type, subBlock.body, subBlock.size);
-    return;
-  }
-  const auto call = reader_->ReadCall(subBlock);
-  if (!call) {
-    Core::Log::Print(Core::Log::LogLevel::kError, Core::Log::LogZone::kProcessing, __LINE__,
-                     "inspect/copy/CaptureCopy", true,
-                     "A compressed call with an invalid decompressed size of 0 is left out.");
-    return;
-  }
-  const auto id = static_cast<Data::ApiCallType>(call->desc.callId);
-  if (call->isMethod) {
-    writer_->WriteMethodCall(subBlock.threadId, call->desc.objectValue, id, call->payload,
-                             call->size);
-  } else {
-    writer_->WriteFunctionCall(subBlock.threadId, id, call->payload, call->size);
-  }
 }
 
 }  // namespace Inspect

@@ -48,9 +48,9 @@ class OptionsError : public Core::BasicException {
 /// payloads decompressed and compressed. A block that is no frame goes with the frame before it;
 /// those before the first frame stay in any case.
 ///
-/// When `output` cannot write it may throw, which passes through; `DCAPFileWriter::WriteFailMsg` is
-/// thrown where it only returns a smaller count. After an exception nothing but destruction may
-/// follow.
+/// When `output` does not write everything, `Core::BasicException` with
+/// `DCAPFileWriter::WriteFailMsg` is thrown, and errno is as `output` left it. After an exception
+/// nothing but destruction may follow.
 class CaptureCopy {
  public:
   /// `output` must be empty and able to `WriteAt`.
@@ -77,6 +77,7 @@ class CaptureCopy {
 
   std::shared_ptr<Core::DataWriter> output_;
   CopySettings settings_;
+  bool selectsAllOfFrames_;  // every sub-block of the selected frames
   std::optional<Data::DCAPFileWriter> writer_;
   std::optional<Data::DCAPBlockReader> reader_;
   std::string firstName_;

@@ -44,7 +44,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   std::string names;
   switch (type.format) {
     case Data::ValueFormat::kEnum:
-      if (const char* name = EnumName(api, type, value)) names = name;
+      if (const char* name = NameIfEnum(api, type, value)) names = name;
       break;
     case Data::ValueFormat::kBoolean:
       if (value <= 1) return value == 1 ? "true" : "false";

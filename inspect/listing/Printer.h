@@ -2,7 +2,6 @@
 #ifndef DCAP_INSPECT_PRINTER_H
 #define DCAP_INSPECT_PRINTER_H
 
-#include <memory>
 #include <span>
 #include <string_view>
 
@@ -25,15 +24,6 @@ class Printer : public EventHandler {
   TextBuffer out_;
 };
 
-struct PrinterOptions {
-  std::string format = "text";  ///< "text", "jsonl" or "canonical"
-  bool numeric = false;         ///< numbers instead of names of enumerants and bits
-  bool coloured = false;        ///< escape sequences of terminals in the text form
-};
-
-/// A printer of `dcap dump`. Null for an unknown format.
-std::unique_ptr<Printer> MakePrinter(const PrinterOptions& options, TextSink* sink);
-
 // The names of values, in one place for all formats.
 
 /// An integer that may be an enumerant is a plain number when it is small: a level, a count.
@@ -42,7 +32,7 @@ inline bool IsPlainNumber(const Data::TypeDesc& type, uint32_t value) {
 }
 
 /// The name of an enumerant; null when it has none or is a plain number.
-inline const char* EnumName(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
+inline const char* NameIfEnum(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   return IsPlainNumber(type, value) ? nullptr : Data::EnumerantName(api, type, value);
 }
 

@@ -1,6 +1,7 @@
 #include "WriteCopy.h"
 
 #include <cstdio>
+#include <functional>
 
 #include "RunCommand.h"
 #include "inspect/events/CompressionName.h"
@@ -27,10 +28,18 @@ void Append(const Inspect::Capture& capture, const std::string& path, Inspect::C
                  "dcap: %s: its set-up calls now come after frames, where readers skip them\n",
                  path.c_str());
   };
+  copy->Append(capture, path, &progress);
+}
+
+// Runs a step of the copy. Gives errors what only the tool knows: the name of the output, advice.
+void Try(const OutputFile& output, const std::function<void()>& step) {
   try {
-    copy->Append(capture, path, &progress);
+    step();
   } catch (const Inspect::OptionsError& error) {
     throw Core::BasicException(error.what() + Advice(error));
+  } catch (const Core::BasicException& error) {
+    if (error.what() == Data::DCAPFileWriter::WriteFailMsg) output.Fail();
+    throw;
   }
 }
 
@@ -48,9 +57,9 @@ ExitStatus WriteCopy(const std::vector<std::string>& paths, const std::string& o
       const Inspect::Capture capture(path);
       ReportState(path, capture);
       if (StatusOf(capture) != kExitOk) status = StatusOf(capture);
-      Append(capture, path, &copy);
+      Try(file, [&] { Append(capture, path, &copy); });
     }
-    copy.Finish();
+    Try(file, [&] { copy.Finish(); });
     file.Commit();
     return status;
   });

@@ -11,7 +11,7 @@
 #include "RunCommand.h"
 #include "SharedOptions.h"
 #include "inspect/extract/BlobWriter.h"
-#include "inspect/listing/Printer.h"
+#include "inspect/listing/MakePrinter.h"
 #include "inspect/parallel/WalkCapture.h"
 #include "output/Output.h"
 #include "output/Progress.h"

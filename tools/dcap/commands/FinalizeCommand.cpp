@@ -57,7 +57,7 @@ void Copy(const std::string& path, Core::DataReader* reader, OutputFile* output)
   for (uint64_t done = 0; done < size;) {
     const unsigned long count = reader->Read(piece.get(), kPieceSize);
     if (count == 0) throw Core::BasicException("The capture can no longer be read.");
-    output->Writer()->Write(piece.get(), count);
+    if (output->Writer()->Write(piece.get(), count) != count) output->Fail();
     done += count;
     progress.Show(done);
   }

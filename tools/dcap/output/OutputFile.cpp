@@ -44,41 +44,6 @@ bool Synchronize(const std::string& path) {
   return done;
 }
 
-[[noreturn]] void FailToWrite(const std::string& path) {
-  throw Inspect::OutputError("Cannot write " + path, errno);
-}
-
-// Throws where the file behind it reports an error.
-class CheckedWriter final : public Core::DataWriter {
- public:
-  CheckedWriter(const std::string& target, std::string path)
-      : file_(target, false, true), path_(std::move(path)) {
-    if (!file_.IsValid()) FailToWrite(path_);
-  }
-
-  [[nodiscard]] bool IsValid() const override { return true; }
-  uint64_t Write(const void* buffer, uint64_t size) override {
-    Check(file_.Write(buffer, size) == size);
-    return size;
-  }
-  bool Flush() override {
-    Check(file_.Flush());
-    return true;
-  }
-  uint64_t WriteAt(const void* buffer, uint64_t size, uint64_t offset) override {
-    Check(file_.WriteAt(buffer, size, offset) == size);
-    return size;
-  }
-
- private:
-  void Check(bool success) {
-    if (!success) FailToWrite(path_);
-  }
-
-  Core::StdioWriter file_;
-  std::string path_;
-};
-
 }  // namespace
 
 OutputFile::OutputFile(const std::string& path) : path_(path) {
@@ -86,19 +51,23 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
   const bool exists = stat(path_.c_str(), &status) == 0;
   if (exists && S_ISDIR(status.st_mode)) {
     errno = EISDIR;
-    FailToWrite(path_);
+    Fail();
   }
   if ((!exists || S_ISREG(status.st_mode)) &&
       !temporary_.Create(path_, exists ? &status.st_mode : nullptr)) {
-    FailToWrite(path_);
+    Fail();
   }
-  writer_ = std::make_shared<CheckedWriter>(temporary_.Exists() ? temporary_.Path() : path_, path_);
+  writer_ = std::make_shared<Core::StdioWriter>(temporary_.Exists() ? temporary_.Path() : path_,
+                                                false, true);
+  if (!writer_->IsValid()) Fail();
 }
 
+void OutputFile::Fail() const { throw Inspect::OutputError("Cannot write " + path_, errno); }
+
 void OutputFile::Commit() {
-  writer_->Flush();
+  if (!writer_->Flush()) Fail();
   if (!temporary_.Exists()) return;
-  if (!temporary_.MoveTo(path_)) FailToWrite(path_);
+  if (!temporary_.MoveTo(path_)) Fail();
   const size_t slash = path_.rfind('/');
   // Where folders cannot be synchronised, the name lasts as well as such a system lets it.
   Synchronize(slash == std::string::npos ? "." : path_.substr(0, slash + 1));

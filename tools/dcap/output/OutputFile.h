@@ -15,15 +15,19 @@
 /// a device or a pipe, the bytes go straight to it. One at a time.
 class OutputFile {
  public:
-  /// Throws `OutputError`, as `Commit` and all operations of the writer do.
+  /// Throws `OutputError`, as all operations do.
   explicit OutputFile(const std::string& path);
 
-  /// The file itself, to be written from its start on.
+  /// The file itself, to be written from its start on. When that fails, call `Fail` next.
   [[nodiscard]] const std::shared_ptr<Core::DataWriter>& Writer() const { return writer_; }
 
   /// Brings all bytes onto the storage device and gives the file its name. Without it, the
   /// destructor removes them.
   void Commit();
+
+  /// Throws an error with the name of the file and the cause that the latest system call left in
+  /// errno.
+  [[noreturn]] void Fail() const;
 
  private:
   // The file while it is written. There is none for devices.

@@ -1,4 +1,4 @@
-#include "inspect/listing/Printer.h"
+#include "inspect/listing/MakePrinter.h"
 
 #include "inspect/listing/CanonicalPrinter.h"
 #include "inspect/listing/JsonLinesPrinter.h"
