@@ -1,6 +1,6 @@
 // A capture as the stream of events that the tool's commands work on.
-#ifndef DCAP_EVENTS_H
-#define DCAP_EVENTS_H
+#ifndef DCAP_INSPECT_EVENTS_H
+#define DCAP_INSPECT_EVENTS_H
 
 #include <cstdint>
 #include <span>
@@ -13,6 +13,8 @@
 
 #include "inspect/events/MetaRecord.h"
 #include "inspect/events/Selection.h"
+
+namespace Inspect {
 
 /// Where in the capture an event stands.
 struct EventContext {
@@ -116,4 +118,6 @@ class EventConsumer final : public Data::DCAPConsumer,
   Data::MetaDecoder metaDecoder_;
 };
 
-#endif  // DCAP_EVENTS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_EVENTS_H

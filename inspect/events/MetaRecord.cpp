@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace Inspect {
+
 namespace {
 
 MetaField Unsigned(const char* name, uint64_t value) { return {name, MetaField::kUnsigned, value}; }
@@ -252,3 +254,5 @@ void MetaFlattener::MultiSampleTexture(uint32_t a0, uint32_t a1, uint32_t a2, ui
            Signed("a8", a8), Signed("length", length),
            Bytes("data", data, static_cast<uint32_t>(length))}});
 }
+
+}  // namespace Inspect

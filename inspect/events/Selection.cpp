@@ -5,18 +5,15 @@
 #include <functional>
 #include <stdexcept>
 
-#include <CLI/App.hpp>
 #include <fnmatch.h>
 
 #include "Data/MetaDecoder.h"
 
-namespace {
+#include "inspect/events/CallClasses.h"
 
-constexpr Data::CallClass kClasses[] = {
-    Data::CallClass::kDraw,   Data::CallClass::kCompute, Data::CallClass::kTransfer,
-    Data::CallClass::kUpload, Data::CallClass::kCreate,  Data::CallClass::kDelete,
-    Data::CallClass::kState,  Data::CallClass::kQuery,   Data::CallClass::kSync,
-    Data::CallClass::kMarker, Data::CallClass::kPresent};
+namespace Inspect {
+
+namespace {
 
 [[noreturn]] void Refuse(std::string_view part, const std::string& reason) {
   throw std::invalid_argument("'" + std::string(part) + "' " + reason);
@@ -101,22 +98,6 @@ bool MatchesSomeRecord(const std::string& glob) {
   return false;
 }
 
-// Adds the option; what `set` throws becomes a usage error. Given twice, it adds up.
-void AddListOption(CLI::App* command, const std::string& name, const std::string& description,
-                   const std::string& form, const std::function<void(const std::string&)>& set) {
-  const auto parse = [name, set](const std::string& text) {
-    try {
-      set(text);
-    } catch (const std::invalid_argument& error) {
-      throw CLI::ValidationError(name, error.what());
-    }
-  };
-  command->add_option_function<std::string>(name, parse, description)
-      ->type_name(form)
-      ->join()
-      ->group("Selection");
-}
-
 }  // namespace
 
 Ranges::Ranges(std::string_view text) {
@@ -162,10 +143,10 @@ void Selection::SetCalls(std::string_view globs) {
 
 void Selection::SetClasses(std::string_view classes) {
   ForEachPart(classes, [this](std::string_view part) {
-    const auto* const found = std::ranges::find(kClasses, part, Data::CallClassName);
-    if (found == std::end(kClasses)) {
+    const auto* const found = std::ranges::find(kCallClasses, part, Data::CallClassName);
+    if (found == std::end(kCallClasses)) {
       std::string names;
-      for (const Data::CallClass known : kClasses) {
+      for (const Data::CallClass known : kCallClasses) {
         names += names.empty() ? "" : ", ";
         names += Data::CallClassName(known);
       }
@@ -208,22 +189,4 @@ void Selection::FindSelectedCalls() {
   });
 }
 
-void AddSelectionOptions(CLI::App* command, Selection* selection) {
-  AddListOption(command, "--frames", "ordinals of frames, from 1; 0 for set-up calls",
-                "10-20,35,100-",
-                [selection](const std::string& text) { selection->frames = Ranges(text); });
-  AddListOption(command, "--threads", "recorded thread ids", "1,4101",
-                [selection](const std::string& text) { selection->threads = Ranges(text); });
-  AddListOption(command, "--calls", "calls and metadata records by name, all but those with a !",
-                "'glDraw*,!glGet*'",
-                [selection](const std::string& text) { selection->SetCalls(text); });
-  std::string choices;
-  std::string names;
-  for (const Data::CallClass known : kClasses) {
-    const std::string gap = choices.empty() ? "" : ",";
-    choices += gap + Data::CallClassName(known);
-    names += gap + " " + Data::CallClassName(known);
-  }
-  AddListOption(command, "--class", "classes of calls:" + names, "draw,upload:{" + choices + "}",
-                [selection](const std::string& text) { selection->SetClasses(text); });
-}
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // The selection language: which part of a capture a command works on. docs/selection.md defines it.
-#ifndef DCAP_SELECTION_H
-#define DCAP_SELECTION_H
+#ifndef DCAP_INSPECT_SELECTION_H
+#define DCAP_INSPECT_SELECTION_H
 
 #include <bitset>
 #include <cstdint>
@@ -12,9 +12,7 @@
 #include "Data/ApiCallType.h"
 #include "Data/Calls/CallTable.h"
 
-namespace CLI {
-class App;
-}
+namespace Inspect {
 
 /// A set of 32-bit numbers, kept as sorted, disjoint intervals that do not touch.
 class Ranges {
@@ -87,8 +85,6 @@ class Selection {
   std::bitset<size_t{1} << 16> calls_;  // by identifier
 };
 
-/// Adds the options --frames, --threads, --calls and --class to a command. They narrow `selection`,
-/// which must outlive the parsing; mistakes are usage errors.
-void AddSelectionOptions(CLI::App* command, Selection* selection);
+}  // namespace Inspect
 
-#endif  // DCAP_SELECTION_H
+#endif  // DCAP_INSPECT_SELECTION_H

@@ -1,7 +1,7 @@
 // The lines of calls: what is the same in all lines of a call is put together once, and the texts
 // of values that have names are kept.
-#ifndef DCAP_CALLLINES_H
-#define DCAP_CALLLINES_H
+#ifndef DCAP_INSPECT_CALLLINES_H
+#define DCAP_INSPECT_CALLLINES_H
 
 #include <charconv>
 #include <cstddef>
@@ -17,6 +17,8 @@
 #include "Data/Calls/GenericAdapter.h"
 
 #include "inspect/listing/TextBuffer.h"
+
+namespace Inspect {
 
 /// Whether values of a type may be shown as anything but decimal numbers.
 inline bool HasNames(const Data::TypeDesc& type) {
@@ -164,4 +166,6 @@ void WriteLine(TextBuffer* buffer, size_t startRoom, Start start, const CallLine
   buffer->Commit(part->before.CopyTo(out));
 }
 
-#endif  // DCAP_CALLLINES_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_CALLLINES_H

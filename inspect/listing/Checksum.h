@@ -1,12 +1,14 @@
 // The checksum under which byte data is listed.
-#ifndef DCAP_CHECKSUM_H
-#define DCAP_CHECKSUM_H
+#ifndef DCAP_INSPECT_CHECKSUM_H
+#define DCAP_INSPECT_CHECKSUM_H
 
 #include <algorithm>
 #include <cstdint>
 #include <span>
 
 #include <libdeflate.h>
+
+namespace Inspect {
 
 /// CRC-32 as gzip and zlib compute it.
 inline uint32_t Crc32(std::span<const uint8_t> bytes) {
@@ -24,4 +26,6 @@ inline uint32_t Crc32OfZeros(uint64_t count) {
   return crc;
 }
 
-#endif  // DCAP_CHECKSUM_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_CHECKSUM_H

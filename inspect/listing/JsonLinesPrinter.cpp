@@ -7,8 +7,11 @@
 
 #include <rapidjson/memorystream.h>
 
+#include "inspect/events/CompressionName.h"
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
-#include "inspect/walk/Capture.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -41,7 +44,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   std::string names;
   switch (type.format) {
     case Data::ValueFormat::kEnum:
-      if (const char* name = EnumName(api, type, value)) names = name;
+      if (const char* name = NameIfEnum(api, type, value)) names = name;
       break;
     case Data::ValueFormat::kBoolean:
       if (value <= 1) return value == 1 ? "true" : "false";
@@ -477,3 +480,5 @@ void JsonLinesPrinter::Field(const MetaField& field) {
       break;
   }
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // JSON Lines, one object an event; docs/jsonl.md defines them.
-#ifndef DCAP_JSONLINESPRINTER_H
-#define DCAP_JSONLINESPRINTER_H
+#ifndef DCAP_INSPECT_JSONLINESPRINTER_H
+#define DCAP_INSPECT_JSONLINESPRINTER_H
 
 #include <charconv>
 #include <string>
@@ -11,6 +11,8 @@
 #include "inspect/listing/JsonStream.h"
 #include "inspect/listing/Printer.h"
 #include "inspect/listing/RepeatedCalls.h"
+
+namespace Inspect {
 
 class JsonLinesPrinter final : public Printer {
  public:
@@ -105,4 +107,6 @@ class JsonLinesPrinter final : public Printer {
   RepeatedCalls repeated_;
 };
 
-#endif  // DCAP_JSONLINESPRINTER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_JSONLINESPRINTER_H

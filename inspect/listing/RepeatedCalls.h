@@ -1,6 +1,6 @@
 // The lines of calls that are made again and again.
-#ifndef DCAP_REPEATEDCALLS_H
-#define DCAP_REPEATEDCALLS_H
+#ifndef DCAP_INSPECT_REPEATEDCALLS_H
+#define DCAP_INSPECT_REPEATEDCALLS_H
 
 #include <array>
 #include <cstddef>
@@ -13,6 +13,8 @@
 #include "Data/ApiCallType.h"
 
 #include "inspect/listing/TextBuffer.h"
+
+namespace Inspect {
 
 /// Keeps the lines of calls with small payloads, but for what they begin with. Applications make
 /// most of their calls over and over, frame after frame, and a line depends on the payload alone:
@@ -82,4 +84,6 @@ class RepeatedCalls {
   uint64_t position_ = 0;
 };
 
-#endif  // DCAP_REPEATEDCALLS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_REPEATEDCALLS_H

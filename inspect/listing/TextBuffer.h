@@ -1,6 +1,6 @@
 // The buffer that the printers write into: text goes to a sink in large pieces.
-#ifndef DCAP_TEXTBUFFER_H
-#define DCAP_TEXTBUFFER_H
+#ifndef DCAP_INSPECT_TEXTBUFFER_H
+#define DCAP_INSPECT_TEXTBUFFER_H
 
 #include <bit>
 #include <charconv>
@@ -10,17 +10,9 @@
 #include <memory>
 #include <string_view>
 
-/// Receives text. A piece may end anywhere in a line.
-class TextSink {
- public:
-  virtual ~TextSink() = default;
-  virtual void Write(std::string_view text) = 0;
-  /// The same for the text at the start of a buffer of `TextBuffer::kSize` bytes. The sink may keep
-  /// the buffer and leave another one.
-  virtual void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) {
-    Write({buffer->get(), size});
-  }
-};
+#include "inspect/listing/TextSink.h"
+
+namespace Inspect {
 
 /// A text, mostly a short one, behind which `kPadding` more bytes can be read.
 struct PaddedText {
@@ -84,7 +76,7 @@ class TextBuffer {
 
   // For lines that are put together with a pointer of their own:
 
-  static constexpr size_t kSize = size_t{64} << 10;
+  static constexpr size_t kSize = TextSink::kBufferSize;
   static constexpr size_t kNumberRoom = 32;  ///< more than any number takes
 
   /// Room for `count` bytes, `kSize` at most, at the end of the text; valid until the next use.
@@ -128,4 +120,6 @@ class TextBuffer {
   uint64_t flushed_ = 0;  // bytes before begin_
 };
 
-#endif  // DCAP_TEXTBUFFER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_TEXTBUFFER_H

@@ -5,7 +5,10 @@
 #include <charconv>
 #include <iterator>
 
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -66,7 +69,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
     case Data::ValueFormat::kBits:
       return BitsOf(type, value);
     case Data::ValueFormat::kEnum:
-      if (const char* name = EnumName(api, type, value)) return name;
+      if (const char* name = NameIfEnum(api, type, value)) return name;
       break;
     case Data::ValueFormat::kHex:
       break;
@@ -410,3 +413,5 @@ void TextPrinter::Field(const MetaField& field) {
       return out_.Char(']');
   }
 }
+
+}  // namespace Inspect

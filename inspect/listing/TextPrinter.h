@@ -1,10 +1,12 @@
 // The form for people: one line an event, values as a person wants to see them.
-#ifndef DCAP_TEXTPRINTER_H
-#define DCAP_TEXTPRINTER_H
+#ifndef DCAP_INSPECT_TEXTPRINTER_H
+#define DCAP_INSPECT_TEXTPRINTER_H
 
 #include "inspect/listing/CallLines.h"
 #include "inspect/listing/Printer.h"
 #include "inspect/listing/RepeatedCalls.h"
+
+namespace Inspect {
 
 class TextPrinter final : public Printer {
  public:
@@ -55,4 +57,6 @@ class TextPrinter final : public Printer {
   uint64_t lineStartThread_ = UINT64_MAX;
 };
 
-#endif  // DCAP_TEXTPRINTER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_TEXTPRINTER_H

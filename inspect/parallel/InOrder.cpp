@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+namespace Inspect {
+
 namespace {
 
 // What may wait of the piece whose turn it is, and of all others together.
@@ -111,31 +113,42 @@ void InOrder::Stop(std::exception_ptr failure) {
   stopped_ = true;
 }
 
+// Waits for the condition. False when the run was cancelled.
 template <typename Condition>
-void InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
+bool InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
   workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });
-  if (stopped_) throw Stopped();
+  return !stopped_;
 }
 
 void InOrder::Turn::Do(size_t bytes, Action action) {
+  if (!TryDo(bytes, std::move(action))) throw Stopped();
+}
+
+bool InOrder::Turn::TryDo(size_t bytes, Action action) {
   std::unique_lock lock(order_->mutex_);
-  // Whoever's turn it is does not wait for others, or they would wait for each other.
-  order_->Wait(&lock, [this] {
+  // The first piece never waits for later ones: that would deadlock.
+  const bool goesOn = order_->Wait(&lock, [this] {
     const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
     return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
   });
+  if (!goesOn) return false;
   piece_->actions.push_back(std::move(action));
   piece_->bytes += bytes;
   order_->bytes_ += bytes;
   order_->TakeActions(&lock);
+  return true;
 }
 
 void InOrder::Turn::Await() {
   std::unique_lock lock(order_->mutex_);
-  order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; });
+  if (!order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; })) {
+    throw Stopped();
+  }
 }
 
 void InOrder::Turn::IsLast() {
   const std::lock_guard lock(order_->mutex_);
   piece_->isLast = true;
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // Work done on several threads at once, its results taken in order.
-#ifndef DCAP_INORDER_H
-#define DCAP_INORDER_H
+#ifndef DCAP_INSPECT_INORDER_H
+#define DCAP_INSPECT_INORDER_H
 
 #include <condition_variable>
 #include <cstddef>
@@ -9,6 +9,8 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+
+namespace Inspect {
 
 /// Runs pieces of work on several threads. What a piece wants done with its results is done as if
 /// the pieces had been worked on one after the other: in their order, by one thread at a time. That
@@ -49,7 +51,7 @@ class InOrder {
   void TakeActions(std::unique_lock<std::mutex>* lock);
   void Stop(std::exception_ptr failure);
   template <typename Condition>
-  void Wait(std::unique_lock<std::mutex>* lock, Condition condition);
+  bool Wait(std::unique_lock<std::mutex>* lock, Condition condition);
 
   Source source_;
   std::mutex sourceMutex_;
@@ -67,9 +69,11 @@ class InOrder {
 class InOrder::Turn {
  public:
   /// Has `action` done after everything before it, perhaps at once. `bytes` is about what it holds
-  /// on to. May wait; throws something private, which must be let through, when
-  /// the rest of the work is not wanted any more.
+  /// on to. May wait. Throws an internal exception when the run was cancelled; let it propagate.
   void Do(size_t bytes, Action action);
+
+  /// The same, but returns false, having dropped `action`, when the run was cancelled.
+  bool TryDo(size_t bytes, Action action);
 
   /// Waits until all pieces before this one are done. Throws as `Do`.
   void Await();
@@ -85,4 +89,6 @@ class InOrder::Turn {
   Piece* piece_;
 };
 
-#endif  // DCAP_INORDER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_INORDER_H

@@ -5,7 +5,9 @@
 #include <optional>
 #include <string_view>
 
-#include "inspect/listing/Printer.h"
+#include "inspect/events/PointerFacts.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -152,3 +154,5 @@ void Statistics::Metadata(const EventContext& /*context*/, const MetaRecord& rec
   ++frame_.counts.records;
   ++records[record.name];
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // Counts what a capture holds.
-#ifndef DCAP_STATISTICS_H
-#define DCAP_STATISTICS_H
+#ifndef DCAP_INSPECT_STATISTICS_H
+#define DCAP_INSPECT_STATISTICS_H
 
 #include <array>
 #include <cstdint>
@@ -9,7 +9,10 @@
 #include <string>
 #include <vector>
 
+#include "inspect/events/CallClasses.h"
 #include "inspect/events/Events.h"
+
+namespace Inspect {
 
 /// What the bytes that a call hands to the implementation are.
 enum class UploadKind : uint8_t {
@@ -22,7 +25,6 @@ enum class UploadKind : uint8_t {
   kProgram,         ///< binaries
 };
 inline constexpr size_t kUploadKinds = 7;
-inline constexpr size_t kCallClasses = 11;
 
 /// "buffer", "texture", "mapped", "clientVertices", "clientIndices", "shader", "program".
 const char* UploadKindName(UploadKind kind);
@@ -32,7 +34,7 @@ struct Counts {
   uint64_t calls = 0;
   uint64_t clientData = 0;  ///< client-data operations
   uint64_t records = 0;     ///< metadata records
-  std::array<uint64_t, kCallClasses> byClass = {};
+  std::array<uint64_t, kCallClasses.size()> byClass = {};
   std::array<uint64_t, kUploadKinds> uploaded = {};  ///< recorded bytes
 
   [[nodiscard]] uint64_t Draws() const {
@@ -96,4 +98,6 @@ class Statistics final : public EventHandler {
   uint64_t* threadCount_ = nullptr;  // of thread_
 };
 
-#endif  // DCAP_STATISTICS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_STATISTICS_H

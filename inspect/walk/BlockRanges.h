@@ -1,6 +1,6 @@
 // Where the selected blocks of a capture lie, found without reading them.
-#ifndef DCAP_BLOCKRANGES_H
-#define DCAP_BLOCKRANGES_H
+#ifndef DCAP_INSPECT_BLOCKRANGES_H
+#define DCAP_INSPECT_BLOCKRANGES_H
 
 #include <cstdint>
 #include <memory>
@@ -11,6 +11,8 @@
 #include "Data/Capture/DCAPBlockReader.h"
 
 #include "inspect/events/Selection.h"
+
+namespace Inspect {
 
 /// Blocks of a capture that lie one behind the other, and what a walk must know to begin there.
 struct BlockRange {
@@ -82,4 +84,6 @@ class BlockRanges {
   std::optional<BlockRange> next_;  // the block that did not fit into the last range
 };
 
-#endif  // DCAP_BLOCKRANGES_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_BLOCKRANGES_H

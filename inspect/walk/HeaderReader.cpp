@@ -14,6 +14,8 @@
 
 #include "Data/DCAPFormat.h"
 
+namespace Inspect {
+
 namespace {
 
 // Headers closer together than this come cheaper by the window than one by one.
@@ -46,10 +48,6 @@ uint64_t HeaderReader::Window::FileSize() const {
   return fstat(file_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
 }
 
-std::string HeaderReader::Window::OtherPath() const {
-  return "/proc/self/fd/" + std::to_string(file_);
-}
-
 bool HeaderReader::Window::Fetch(uint64_t position) {
   Read(position, Offset(position) - size_ < kNear ? kRoom : kHeaderSize);
   return size_ != 0;
@@ -77,8 +75,8 @@ HeaderReader::HeaderReader(const std::string& path, unsigned threads) : window_(
     for (uint64_t i = 1; i < count; ++i) {
       const uint64_t begin = size / count * i;
       const uint64_t end = i + 1 == count ? size : begin + size / count;
-      parts_.push_back({begin, std::async(std::launch::async, ReadAhead, window_.OtherPath(), begin,
-                                          end, kMaxKept / count)});
+      parts_.push_back(
+          {begin, std::async(std::launch::async, ReadAhead, path, begin, end, kMaxKept / count)});
     }
   } catch (const std::system_error&) {
     // Fewer do, too.
@@ -170,3 +168,5 @@ int HeaderReader::Seek(int origin, int64_t offset) {
   position_ = static_cast<uint64_t>(target);
   return 0;
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // Reads the headers of a capture, which lie scattered over its file.
-#ifndef DCAP_HEADERREADER_H
-#define DCAP_HEADERREADER_H
+#ifndef DCAP_INSPECT_HEADERREADER_H
+#define DCAP_INSPECT_HEADERREADER_H
 
 #include <array>
 #include <cstdint>
@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "Core/DataReader.h"
+
+namespace Inspect {
 
 /// A `DataReader` over a regular file for walks from one block header to the next. Headers that lie
 /// far apart are read by themselves, with one system call each, and are kept, so that further walks
@@ -54,9 +56,6 @@ class HeaderReader : public Core::DataReader {
     ~Window();
     [[nodiscard]] bool IsValid() const { return file_ >= 0; }
     [[nodiscard]] uint64_t FileSize() const;
-    // Opens the file, whatever its name is now. Threads that share one that is open wait for each
-    // other.
-    [[nodiscard]] std::string OtherPath() const;
 
     [[nodiscard]] const unsigned char* Begin() const { return bytes_.get(); }
     [[nodiscard]] unsigned long Size() const { return size_; }
@@ -98,4 +97,6 @@ class HeaderReader : public Core::DataReader {
   std::deque<Part> parts_;   // that the walk has not come to, in the order of the file
 };
 
-#endif  // DCAP_HEADERREADER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_HEADERREADER_H

@@ -14,19 +14,21 @@
 #include <CLI/Formatter.hpp>
 
 #include "Command.h"
+#include "ExitStatus.h"
 
 namespace {
 
-constexpr const char* kFooter = R"(Exit status:
-  0  all is well, or whoever read the output had enough
-  1  the capture is damaged, or a file cannot be read or written
-  2  the command line makes no sense
-  3  done, but the capture had been cut: recorded bytes are missing
-
+std::string Footer() {
+  std::string text = "Exit status:\n";
+  for (const ExitStatusText& one : kExitStatuses) {
+    text += "  " + std::to_string(one.status) + "  " + one.text + "\n";
+  }
+  return text + R"(
 Environment:
   NO_COLOR  not empty: no colours, not even on a terminal
 
 'dcap COMMAND --help' shows the options and examples of a command.)";
+}
 
 class HelpFormatter : public CLI::Formatter {
  public:
@@ -153,7 +155,7 @@ void DescribeTool(CLI::App* app, const std::string& version, bool* verbose, int*
   for (AddCommand* add : kCommands) {
     add(*app, status);
   }
-  app->footer(kFooter);  // now, or all commands would have it
+  app->footer(Footer());  // now, or all commands would have it
   for (CLI::App* command : app->get_subcommands({})) {
     command->fallthrough()->group("Commands");
   }

@@ -9,6 +9,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "ExitStatus.h"
 #include "output/ToolLog.h"
 
 namespace {

@@ -1,6 +1,5 @@
 // dcap finalize: completes an unfinished or cut capture.
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -14,6 +13,7 @@
 #include "Data/CaptureFileUtil.h"
 
 #include "Command.h"
+#include "RunCommand.h"
 #include "inspect/walk/Capture.h"
 #include "output/Output.h"
 #include "output/OutputFile.h"
@@ -57,7 +57,7 @@ void Copy(const std::string& path, Core::DataReader* reader, OutputFile* output)
   for (uint64_t done = 0; done < size;) {
     const unsigned long count = reader->Read(piece.get(), kPieceSize);
     if (count == 0) throw Core::BasicException("The capture can no longer be read.");
-    output->Write(piece.get(), count);
+    if (output->Writer()->Write(piece.get(), count) != count) output->Fail();
     done += count;
     progress.Show(done);
   }
@@ -91,10 +91,10 @@ void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recover
   if (!writer.Flush()) throw Core::BasicException(std::strerror(errno));
 }
 
-int Finalize(const Options& options) {
-  StandardOutput output;
-  try {
-    const Capture capture(options.file);
+ExitStatus Finalize(const Options& options) {
+  return RunCommand(options.file, [&] {
+    StandardOutput output;
+    const Inspect::Capture capture(options.file);
     const Data::CaptureRecovery& recovery = capture.Recovery();
     capture.RequireFile();
     if (recovery.damaged) {
@@ -102,25 +102,18 @@ int Finalize(const Options& options) {
           "Cannot finalize a damaged capture. The file is as large as its header says, but a block "
           "runs past its end.");
     }
-    const std::string state = DescribeState(recovery);
+    const std::string state = Inspect::DescribeState(recovery);
     output.Write(options.file + ": " + (state.empty() ? "finalised already" : state) + "\n" +
                  Plan(recovery));
-    if (options.dryRun) return capture.Status();
+    if (options.dryRun) return StatusOf(capture);
     if (!options.copy.empty()) {
       OutputFile copy(options.copy);
       Copy(options.file, capture.Reader().get(), &copy);
     } else if (!recovery.IsComplete()) {
       FinishInPlace(options.file, recovery);
     }
-    return capture.Status();
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  } catch (const Core::ErrnoException& exception) {
-    return ReportOutputError(exception);
-  } catch (const Core::BasicException& exception) {
-    std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
-  }
-  return kExitFailure;
+    return StatusOf(capture);
+  });
 }
 
 }  // namespace
