@@ -1,7 +1,6 @@
 // Every call of the tables through its decoder and the generic adapter, against payloads laid down
 // from the descriptions.
 #include <bit>
-#include <cstring>
 #include <new>
 #include <string>
 #include <vector>
@@ -232,37 +231,6 @@ TEST_F(CallDecodingTest, AdaptersHearEveryCallInTheOrderTheyWereAdded) {
   egl_.RemoveAdapter(recorder_.AsEGLAdapter());
   recorder_.events.clear();
   EXPECT_TRUE(Decode(ApiCallType::eglGetError, Bytes()).empty());
-}
-
-// The slot of a virtual operation, as the C++ ABI of this platform encodes it.
-template <typename Operation>
-size_t SlotOf(Operation operation) {
-  static_assert(sizeof(operation) == 2 * sizeof(uintptr_t));
-  uintptr_t words[2];
-  std::memcpy(words, &operation, sizeof(words));
-#if defined(__aarch64__)
-  return words[0] / sizeof(void*);
-#else
-  return (words[0] - 1) / sizeof(void*);
-#endif
-}
-
-TEST(AdapterSlots, OperationsStandWhereAdaptersExpectThem) {
-  constexpr size_t kGLBase = 2 + 1 + 4 - 1;  // destructor pair, thread change, client data
-  EXPECT_EQ(SlotOf(&GLAdapter::ProcessThreadChange), 2u);
-  EXPECT_EQ(SlotOf(&GLAdapter::UnmapBufferData), 6u);
-  EXPECT_EQ(SlotOf(&GLAdapter::glActiveTexture), kGLBase + 1);
-  EXPECT_EQ(SlotOf(&GLAdapter::glGetBooleani_v), kGLBase + 176);
-  EXPECT_EQ(SlotOf(&GLAdapter::glMemoryBarrierByRegion), kGLBase + 305);
-  EXPECT_EQ(SlotOf(&GLAdapter::glPatchParameteri), kGLBase + 317);
-  EXPECT_EQ(SlotOf(&GLAdapter::glAlphaFuncKVRA), kGLBase + 385);
-  EXPECT_EQ(SlotOf(&GLAdapter::glBindSharedBufferKVRA), kGLBase + 464);
-  EXPECT_EQ(SlotOf(&GLAdapter::glExtrapolateTex2DKVRA), kGLBase + 497);
-  constexpr size_t kEGLBase = 2 + 1 - 1;
-  EXPECT_EQ(SlotOf(&EGLAdapter::eglGetError), kEGLBase + 1);
-  EXPECT_EQ(SlotOf(&EGLAdapter::eglCreateImageKHR), kEGLBase + 35);
-  EXPECT_EQ(SlotOf(&EGLAdapter::eglCreateSyncKHR), kEGLBase + 43);
-  EXPECT_EQ(SlotOf(&EGLAdapter::eglCreateImageKHRv1), kEGLBase + 57);
 }
 
 TEST(CallTable, FindsCallsByIdentifierAndByName) {
