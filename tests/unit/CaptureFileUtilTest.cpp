@@ -145,7 +145,7 @@ TEST_F(CaptureFileUtilTest, AFileWithoutFramesGetsItsSizeAlone) {
   CaptureBuilder empty;
   empty.OtherBlock(9, "noise").Unfinished().WriteTo(path);
   CaptureFileUtil::EnsureFinalization(path);
-  EXPECT_EQ(FileBytes(), empty.FileSize(43 + 8).Finish());
+  EXPECT_EQ(FileBytes(), empty.ClaimFileSize(43 + 8).Finish());
 }
 
 TEST_F(CaptureFileUtilTest, FinalizingGoesBeyond4GiB) {
@@ -238,10 +238,10 @@ TEST_F(CaptureFileUtilTest, AFileIsFinalizedWhenCountSizeAndTrailerAreThere) {
 TEST_F(CaptureFileUtilTest, ACountOrSizeOfZeroIsUnfinished) {
   const uint64_t size = capture.Finish().size();
   const CaptureBuilder finished = capture;
-  capture.FrameCount(0);
+  capture.ClaimFrameCount(0);
   EXPECT_FALSE(IsFinalized(size));
   capture = finished;
-  capture.FileSize(0);
+  capture.ClaimFileSize(0);
   EXPECT_FALSE(IsFinalized(size));
   EXPECT_FALSE(IsFinalized(0));
 }

@@ -349,14 +349,14 @@ TEST(CaptureRecoveryTest, TheSizeOfTheLastBlockNeedNotCountItsTrailer) {
 
 TEST(CaptureRecoveryTest, AFileAsLargeAsItSaysIsDamagedAndNotCut) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).Call(1, "a").BlockSize(1000).FrameBlock(2).Call(2, "b");
+  capture.FrameBlock(1).Call(1, "a").ClaimBlockSize(1000).FrameBlock(2).Call(2, "b");
   const Bytes damaged = capture.Finish();
   EXPECT_TRUE(Examine(damaged).damaged);
   EXPECT_TRUE(Examine(damaged).IsComplete());
   EXPECT_EQ(ReadAll(*Recover(damaged)), damaged);
   // A frame too small for its number, the end of a file of the size that it states.
   CaptureBuilder small(kNoTrailers);
-  small.FrameBlock(1).BlockSize(2).Shrink(2).FileSize(32 + 6 + 2);
+  small.FrameBlock(1).ClaimBlockSize(2).Shrink(2).ClaimFileSize(32 + 6 + 2);
   EXPECT_TRUE(Examine(small.Finish()).IsComplete());
 }
 
@@ -468,8 +468,11 @@ class HugeCapture : public Core::DataReader {
   static constexpr uint64_t kPayload = 40'000'000;
   HugeCapture() {
     CaptureBuilder capture(0);
-    capture.FrameBlock(1).Call(1, "").SubBlockSize(2 + kPayload).BlockSize(kFrameSize - 6);
-    frame_ = capture.FrameCount(0).FileSize(0).Finish();
+    capture.FrameBlock(1)
+        .Call(1, "")
+        .ClaimSubBlockSize(2 + kPayload)
+        .ClaimBlockSize(kFrameSize - 6);
+    frame_ = capture.ClaimFrameCount(0).ClaimFileSize(0).Finish();
   }
   bool IsValid() const override { return true; }
   unsigned long Read(void* buffer, unsigned long size) override {

@@ -207,18 +207,19 @@ TEST(DCAPBlockReaderTest, FailsWithTheTextsOfTheProcessor) {
             Texts::CompressionTypeFailMsg);
   EXPECT_EQ(Failure(frame().Shrink(8).Finish()), Texts::BlockTrailerFailMsg);
   EXPECT_EQ(Failure(frame().SetByte(61, 0).Finish()), Texts::BlockTrailerMissingMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(7).Finish()), Texts::BlockTrailerMissingMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(11).Finish()), Texts::FrameNumberFailMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(21).Finish()), Texts::SubBlockHeaderFailMsg);
-  EXPECT_EQ(Failure(frame().SubBlockSize(10).Finish()), Texts::SubBlockDataFailMsg);
-  EXPECT_EQ(Failure(frame().SubBlockSize(1).BlockSize(23).Finish()), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(Failure(frame().ClaimBlockSize(7).Finish()), Texts::BlockTrailerMissingMsg);
+  EXPECT_EQ(Failure(frame().ClaimBlockSize(11).Finish()), Texts::FrameNumberFailMsg);
+  EXPECT_EQ(Failure(frame().ClaimBlockSize(21).Finish()), Texts::SubBlockHeaderFailMsg);
+  EXPECT_EQ(Failure(frame().ClaimSubBlockSize(10).Finish()), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(Failure(frame().ClaimSubBlockSize(1).ClaimBlockSize(23).Finish()),
+            Texts::SubBlockDataFailMsg);
   EXPECT_EQ(Failure(CaptureBuilder(1 << kOptionCompressionShift)
                         .FrameBlock(1)
                         .StoredCall(1, 100, "no LZ4 unit")
                         .Finish()),
             Texts::DecompressFailMsg);
   // Three bytes of a further block header.
-  EXPECT_EQ(Failure(frame().OtherBlock(9, "").Shrink(3).FileSize(0).Finish()), "");
+  EXPECT_EQ(Failure(frame().OtherBlock(9, "").Shrink(3).ClaimFileSize(0).Finish()), "");
 }
 
 TEST(DCAPBlockReaderTest, AReadErrorIsNotTheEnd) {
@@ -231,14 +232,14 @@ TEST(DCAPBlockReaderTest, AReadErrorIsNotTheEnd) {
   CaptureBuilder capture;
   capture.FrameBlock(1).Call(1, "payload").EndBlock();
   ASSERT_EQ(capture.Size(), 69u);
-  EXPECT_EQ(Failure(std::make_shared<BadDisk>(capture.FrameBlock(2).FileSize(0).Finish())),
+  EXPECT_EQ(Failure(std::make_shared<BadDisk>(capture.FrameBlock(2).ClaimFileSize(0).Finish())),
             DCAPFileProcessor::BlockHeaderFailMsg);
 }
 
 TEST(DCAPBlockReaderTest, AllocatesNothingOnTheWordOfAFile) {
   const AllocationMeter meter(8 << 20);
   CaptureBuilder large;
-  large.FrameBlock(1).Call(1, "payload").SubBlockSize(0xFFFFFF00).BlockSize(0xFFFFFFF0);
+  large.FrameBlock(1).Call(1, "payload").ClaimSubBlockSize(0xFFFFFF00).ClaimBlockSize(0xFFFFFFF0);
   EXPECT_EQ(Failure(large.Finish()), DCAPFileProcessor::SubBlockDataFailMsg);
   CaptureBuilder bomb(kCompressionLZ4 << kOptionCompressionShift);
   bomb.FrameBlock(1).StoredCall(1, 0xFFFFFFFF, "small");

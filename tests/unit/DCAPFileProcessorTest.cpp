@@ -240,7 +240,7 @@ TEST_P(DCAPFileProcessorTest, AtEofInsideACallIsTrueOnlyOnceAllIsProcessed) {
   for (bool finished : {true, false}) {
     CaptureBuilder capture(Data::kOptionNoTrailers);
     capture.FrameBlock(1).Call(1, "ab").Call(2, "cd");
-    if (!finished) capture.FileSize(0);
+    if (!finished) capture.ClaimFileSize(0);
     DCAPFileProcessor asked;
     Asker asker;
     asker.asked = &asked;
@@ -336,7 +336,7 @@ TEST_P(DCAPFileProcessorTest, SubBlocksOfUnknownTypeAreSkippedWithALogLine) {
 
 TEST_P(DCAPFileProcessorTest, ASkipThatLeavesTheFileGoesToItsEnd) {
   CaptureBuilder capture;
-  capture.OtherBlock(9, "four").FrameBlock(1).FileSize(41);
+  capture.OtherBlock(9, "four").FrameBlock(1).ClaimFileSize(41);
   EXPECT_EQ(Run(capture), "");
   EXPECT_THAT(recorder.events, ElementsAre("file", "block 9", "file end"));
 }
@@ -350,7 +350,7 @@ TEST_P(DCAPFileProcessorTest, AnySkipInAnUnfinishedCaptureGoesToItsEnd) {
 
 TEST_P(DCAPFileProcessorTest, AnUnknownSubBlockInAnUnfinishedCaptureLeavesNothingToRead) {
   CaptureBuilder capture(Data::kOptionNoTrailers);
-  capture.FrameBlock(1).SubBlock(9, "?").FileSize(0);
+  capture.FrameBlock(1).SubBlock(9, "?").ClaimFileSize(0);
   EXPECT_EQ(Run(capture), "");
   EXPECT_EQ(LastEvent(), "file end");
   Renew();
@@ -393,7 +393,7 @@ TEST_P(DCAPFileProcessorTest, AFrameNumberedZeroIsNoLoop) {
 
 TEST_P(DCAPFileProcessorTest, AFrameCutShortCanBeReplayed) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).Call(1, "whole").Call(2, "cut").SubBlockSize(100).Call(3, "never");
+  capture.FrameBlock(1).Call(1, "whole").Call(2, "cut").ClaimSubBlockSize(100).Call(3, "never");
   processor->loopFrameNumber = 1;
   processor->loopRepeatCount = 2;
   EXPECT_EQ(Run(capture), "");
@@ -593,7 +593,7 @@ TEST_P(DCAPFileProcessorTest, EveryTruncationEndsWithTheTextOfThePieceThatIsCut)
 TEST_P(DCAPFileProcessorTest, ABlockTooSmallForItsTrailerAndFrameNumberIsRefused) {
   const auto failure = [this](uint32_t optionMask, uint32_t size) {
     Renew();
-    return Run(CaptureBuilder(optionMask).FrameBlock(1).BlockSize(size));
+    return Run(CaptureBuilder(optionMask).FrameBlock(1).ClaimBlockSize(size));
   };
   EXPECT_EQ(failure(kThreads, 7), DCAPFileProcessor::BlockTrailerMissingMsg);
   EXPECT_EQ(failure(kThreads, 8), DCAPFileProcessor::FrameNumberFailMsg);
@@ -611,7 +611,7 @@ TEST_P(DCAPFileProcessorTest, AWrongTrailerIsRefusedBeforeTheBlockEnds) {
 
 TEST_P(DCAPFileProcessorTest, ARestTooSmallForASubBlockHeaderIsRefused) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).Call(1, "a").BlockSize(4 + 13 + 9 + 8).Call(2, "beyond");
+  capture.FrameBlock(1).Call(1, "a").ClaimBlockSize(4 + 13 + 9 + 8).Call(2, "beyond");
   EXPECT_EQ(Run(capture), DCAPFileProcessor::SubBlockHeaderFailMsg);
   EXPECT_EQ(LastEvent(), "call 1@0 a");
 }
@@ -636,7 +636,7 @@ TEST_P(DCAPFileProcessorTest, ASubBlockSmallerThanItsDescriptionIsRefused) {
 
 TEST_P(DCAPFileProcessorTest, OnlyTheLastFrameMayBeCutShort) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).FrameBlock(2).Call(1, "a").Call(2, "b").SubBlockSize(1000);
+  capture.FrameBlock(1).FrameBlock(2).Call(1, "a").Call(2, "b").ClaimSubBlockSize(1000);
   EXPECT_EQ(Run(capture), "");
   EXPECT_THAT(recorder.events, ElementsAre("file", "block 1", "frame 1", "block end", "block 1",
                                            "frame 2", "call 1@0 a", "file end"));
@@ -722,7 +722,7 @@ TEST_P(DCAPFileProcessorTest, PositionsGoBeyond4GiB) {
   head.OtherBlock(9, "").OtherBlock(9, "").FrameBlock(3).Call(1, "far").EndBlock();
   const size_t frameStart = 32 + 6 + 6;
   const uint64_t skipped = 0xFFFFFFF0;
-  const std::vector<uint8_t> bytes = head.FileSize(head.Size() + 2 * skipped).Finish();
+  const std::vector<uint8_t> bytes = head.ClaimFileSize(head.Size() + 2 * skipped).Finish();
   const auto at = [&](size_t offset) { return bytes.begin() + static_cast<long>(offset); };
   auto reader = std::make_shared<SparseReader>(bytes.size() + 2 * skipped);
   std::vector<uint8_t> start(at(0), at(38));
@@ -740,7 +740,7 @@ TEST_P(DCAPFileProcessorTest, PositionsGoBeyond4GiB) {
 
 TEST_P(DCAPFileProcessorTest, MemoryForALargePayloadFollowsItsBytes) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).Call(1, "").SubBlockSize(0xFFFFFF00).BlockSize(0xFFFFFFF0);
+  capture.FrameBlock(1).Call(1, "").ClaimSubBlockSize(0xFFFFFF00).ClaimBlockSize(0xFFFFFFF0);
   auto reader = std::make_shared<SparseReader>(5 * kMiB);
   reader->Lay(0, capture.Finish());
   const AllocationMeter meter;
