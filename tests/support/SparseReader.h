@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -23,9 +24,10 @@ class SparseReader : public Core::DataReader {
     auto* bytes = static_cast<uint8_t*>(buffer);
     std::fill_n(bytes, size, uint8_t{0});
     for (const auto& [offset, piece] : pieces_) {
-      for (size_t i = 0; i < piece.size(); ++i) {
-        if (offset + i - position_ < size) bytes[offset + i - position_] = piece[i];
-      }
+      const uint64_t begin = std::max(offset, position_);
+      const uint64_t end = std::min(offset + piece.size(), position_ + size);
+      if (begin < end)
+        std::memcpy(bytes + (begin - position_), &piece[begin - offset], end - begin);
     }
     position_ += size;
     bytesRead += size;
