@@ -35,7 +35,7 @@ class HeaderReaderTest : public testing::Test {
   void Write(const std::string& bytes) { std::ofstream(path_, std::ios::binary) << bytes; }
 
   TemporaryFolder folder_;
-  std::string path_ = folder_.PathOf("capture.dcap");
+  std::string path_ = folder_ / "capture.dcap";
 };
 
 TEST_F(HeaderReaderTest, ReadsAnyBytesAsTheyLieInTheFile) {

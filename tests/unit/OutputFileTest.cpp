@@ -37,7 +37,7 @@ class OutputFileTest : public testing::Test {
   }
 
   TemporaryFolder folder_;
-  std::string path_ = folder_.PathOf("out");
+  std::string path_ = folder_ / "out";
 };
 
 // The super-user may write everything; nobody may not.
@@ -47,7 +47,7 @@ class Unprivileged {
     fs::permissions(folder.Path(), fs::perms::all);
     if (user_ != 0) return;
     for (const std::string& name : folder.Names()) {
-      EXPECT_EQ(chown(folder.PathOf(name).c_str(), kNobody, static_cast<gid_t>(-1)), 0);
+      EXPECT_EQ(chown((folder / name).c_str(), kNobody, static_cast<gid_t>(-1)), 0);
     }
     EXPECT_EQ(seteuid(kNobody), 0);
   }
@@ -126,7 +126,7 @@ TEST_F(OutputFileTest, AWriterThatCannotBeOpenedLeavesNothing) {
 
 TEST_F(OutputFileTest, AFolderOrAMissingOneIsRefused) {
   EXPECT_THROW(OutputFile(folder_.Path()), Inspect::OutputError);
-  EXPECT_THROW(OutputFile(folder_.PathOf("none/out")), Inspect::OutputError);
+  EXPECT_THROW(OutputFile(folder_ / "none/out"), Inspect::OutputError);
   EXPECT_THAT(folder_.Names(), IsEmpty());
 }
 
@@ -135,7 +135,7 @@ TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAlone) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const pid_t child = fork();
     if (child == 0) {
-      OutputFile committed(folder_.PathOf("done"));
+      OutputFile committed(folder_ / "done");
       committed.Commit();
       const OutputFile file(path_);
       raise(signal);
