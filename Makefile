@@ -6,7 +6,6 @@ SHELL := /bin/bash
 
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
-FUZZ_SECONDS ?= 60
 
 # Rebuilding after a switch of branches is cheap where ccache is installed.
 ifneq ($(shell command -v ccache),)
@@ -25,67 +24,39 @@ help:  ## list the targets
 all:  ## build the tool (build/bin/dcap) and the library (build/lib/libdcapkit.so)
 	$(packages) build
 	cmake --preset release
-	cmake --build build
+	cmake --build build --target dcap
 
 .PHONY: demo
 demo: all  ## build, then show a sample capture as the tool prints it
 	build/bin/dcap dump examples/sample.dcap
 
 .PHONY: test
-test:  ## the gate: both compilers, every check and every test
-	$(packages) build test docs bench
-	cmake --preset test
-	cmake --build build-test
-	cmake --preset asan
-	cmake --build build-asan
-	ctest --preset test --parallel $(JOBS)
-
-.PHONY: test-aarch64
-test-aarch64:  ## cross-build for 64-bit ARM and run the tests under qemu
-	$(packages) build test aarch64
-	cmake --preset aarch64
-	cmake --build build-aarch64
-	ctest --preset aarch64 --parallel $(JOBS)
-
-.PHONY: test-tsan
-test-tsan:  ## run the unit tests under the thread sanitizer
+test:  ## build the unit and end-to-end tests beside the tool, and run them
 	$(packages) build test
-	cmake --preset tsan
-	cmake --build build-tsan --target unit_tests
-	build-tsan/bin/unit_tests --gtest_brief=1 --gtest_filter='-*FailedAllocation*:*NotGranted*'
+	cmake --preset dev
+	cmake --build build --target tests
+	ctest --preset dev --parallel $(JOBS)
 
-.PHONY: test-chars
-test-chars:  ## run the tests with plain characters signed, and again with them unsigned
-	$(packages) build test
-	for sign in signed unsigned; do \
-	  cmake --preset dev -B build-$$sign-char -DCMAKE_CXX_FLAGS=-f$$sign-char && \
-	  cmake --build build-$$sign-char && \
-	  ctest --test-dir build-$$sign-char --parallel $(JOBS) || exit 1; \
-	done
+.PHONY: gate
+gate:  ## everything that must never break (docs/contributing.md)
+	$(packages) build test format clang package docs gate bench
+	scripts/gate --label-regex gate --parallel $(JOBS)
 
-.PHONY: fuzz
-fuzz:  ## run every fuzz target for FUZZ_SECONDS (60); what they find is kept in build-fuzz
-	$(packages) build test
-	cmake --preset fuzz
-	cmake --build build-fuzz
-	for target in build-fuzz/bin/fuzz_*; do \
-	  name=$${target##*/fuzz_}; \
-	  mkdir -p build-fuzz/corpus/$$name; \
-	  seeds=fuzz/corpus/$$name; [ -d $$seeds ] || seeds=fuzz/corpus/capture; \
-	  $$target -max_total_time=$(FUZZ_SECONDS) -timeout=5 -rss_limit_mb=2048 -print_final_stats=1 \
-	    -artifact_prefix=build-fuzz/$$name- build-fuzz/corpus/$$name $$seeds || exit 1; \
-	done
+.PHONY: proof
+proof:  ## the proofs that take hours: mutants, fuzzing, signs of characters, 64-bit ARM
+	$(packages) build test clang aarch64
+	scripts/gate --label-regex proof
 
 .PHONY: coverage
-coverage:  ## print which lines and branches of src/ and tools/ the tests reach
+coverage:  ## print which lines and branches of src/, inspect/ and tools/ the tests reach
 	$(packages) build test coverage
 	cmake --preset coverage
 	cmake --build build-coverage
 	find build-coverage -name '*.gcda' -delete
-	ctest --preset coverage --parallel $(JOBS)
-	gcovr --root . --filter src/ --filter tools/ --exclude-throw-branches --branches \
+	ctest --preset coverage --label-regex '^(unit|e2e|fuzz)$$' --parallel $(JOBS)
+	gcovr --root . --filter src/ --filter inspect/ --filter tools/ --exclude-throw-branches --branches \
 	  --html-details build-coverage/report.html --print-summary build-coverage
-	gcovr --root . --filter src/ --filter tools/ build-coverage
+	gcovr --root . --filter src/ --filter inspect/ --filter tools/ build-coverage
 
 .PHONY: bench
 bench:  ## measure the speed, as ratios to bare baselines (bench/README.md)
@@ -100,16 +71,9 @@ docs:  ## write the reference of the public headers, build-docs/html/index.html
 	$(packages) docs
 	scripts/reference build-docs
 
-.PHONY: symbols
-symbols:  ## write the list of symbols that the shared library shows
-	$(packages) build test
-	cmake --preset test
-	cmake --build build-test --target dcapkit
-	scripts/symbols build-test/lib/libdcapkit.so >packaging/symbols.txt
-
 .PHONY: package
-package:  ## make the Debian package, build-package/dcapkit_VERSION_ARCHITECTURE.deb
-	$(packages) build test
+package:  ## make the Debian packages in build-package
+	$(packages) build package
 	cmake --preset release -B build-package -DCMAKE_INSTALL_PREFIX=/usr
 	cmake --build build-package
 	cpack --config build-package/CPackConfig.cmake -B build-package
@@ -120,7 +84,7 @@ install: all  ## install under PREFIX (/usr/local), below DESTDIR if that is set
 
 .PHONY: format
 format:  ## format all hand-written C++ in place
-	$(packages) test
+	$(packages) format
 	scripts/handwritten | xargs clang-format-14 -i
 
 .PHONY: generate
@@ -130,6 +94,13 @@ generate:  ## write what follows from the call tables and from the options of th
 	cmake --preset dev
 	cmake --build build --target dcap_reference
 	build/bin/dcap_reference packaging
+
+.PHONY: symbols
+symbols:  ## write the lists of what the shared library shows (packaging/)
+	$(packages) build
+	cmake --preset release
+	cmake --build build --target dcapkit
+	scripts/symbols build/lib/libdcapkit.so >packaging/symbols.txt
 
 .PHONY: clean
 clean:  ## remove everything that was built

@@ -32,7 +32,6 @@ def counted(values):
 
 def on_every_capture(check):
     @functools.wraps(check)
-    @unittest.skipUnless(captures(), "no captures here")
     def test(self):
         for name, path in captures(finished=False).items():
             with self.subTest(name):

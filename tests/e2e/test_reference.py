@@ -2,7 +2,6 @@
 import filecmp
 import os
 import re
-import shutil
 import subprocess
 import tempfile
 import unittest
@@ -65,7 +64,6 @@ class Reference(unittest.TestCase):
         for option in listed_options():
             self.assertIn(f"{option}`", text)
 
-    @unittest.skipUnless(shutil.which("man"), "no man")
     def test_man_shows_the_pages_without_a_warning(self):
         for page in PAGES:
             done = subprocess.run(["man", "--warnings", "-l", page], capture_output=True, check=True,
@@ -73,7 +71,6 @@ class Reference(unittest.TestCase):
             self.assertEqual(done.stderr, b"")
             self.assertIn(b"EXIT STATUS", done.stdout)
 
-    @unittest.skipUnless(shutil.which("mandoc"), "no mandoc")
     def test_mandoc_finds_nothing_wrong(self):
         for page in PAGES:
             subprocess.run(["mandoc", "-Tlint", "-Wwarning", page], check=True)
@@ -108,7 +105,6 @@ class Reference(unittest.TestCase):
                 self.assertEqual(complete(*words, folder=folder), ["my file.dcap", "my folder"])
             self.assertEqual(complete("dump", "--blobs", "my", folder=folder), ["my folder"])
 
-    @unittest.skipUnless(shutil.which("zsh"), "no zsh")
     def test_zsh_is_told_of_every_option(self):
         # In place of zsh's own function, one that shows what it is given, and has found a command.
         script = f"""
@@ -126,7 +122,6 @@ class Reference(unittest.TestCase):
                 told = set(re.findall(r"^[*]?(?:\([^)]*\))?(--?[a-z-]+)[=+]?\[.*\]", done.stdout, re.M))
                 self.assertEqual(told, {*listed_options(), *listed_options(*command)})
 
-    @unittest.skipUnless(shutil.which("zsh"), "no zsh")
     def test_zsh_finds_the_completion(self):
         script = f"""fpath=({PACKAGING}/completions $fpath)
             autoload -Uz compinit && compinit -u -D && print $_comps[dcap]"""

@@ -61,7 +61,6 @@ class Selections(unittest.TestCase):
         headings = [line for line in listed(SAMPLE, "--frames", "2-3") if line.startswith("# frame")]
         self.assertEqual([line.split(",")[0] for line in headings], ["# frame 2", "# frame 3"])
 
-    @unittest.skipUnless(captures(), "no captures here")
     def test_set_up_calls_are_frame_0_and_there_unless_left_out(self):
         path = CAPTURES / "features-setup-block.dcap"
         whole, setUp, frames = (listed(path, *options) for options in

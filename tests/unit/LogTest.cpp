@@ -171,6 +171,7 @@ TEST_F(RepeatFilterTest, TheTableOfSitesDoesNotGrowWithoutEnd) {
 TEST_F(RepeatFilterTest, ThreadsLoseNoMessageFromTheCount) {
   Core::Log::SetSink(&filter_);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       for (int n = 0; n < 1000; ++n) {
