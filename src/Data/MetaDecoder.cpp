@@ -57,7 +57,7 @@ class RecordReader {
   // A NUL-terminated copy of a text, all NUL when the payload cuts it; null for no length.
   char* Text(uint32_t length) {
     if (length == 0) return nullptr;
-    if (length > BytesLeft()) RequireClaimedSize(claimed_ += length);
+    if (length > BytesLeft()) RequireUnbackedSize(claimed_ += length);
     char* text = texts_.emplace_back(MakeZeroed<char>(uint64_t{length} + 1)).get();
     ReadBytes(text, length);
     return text;

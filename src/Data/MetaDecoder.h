@@ -48,8 +48,8 @@ class DCAPKIT_API MetaDecoder {
   /// bytes is logged once and dropped.
   ///
   /// Throws what a handler throws; std::logic_error for an empty display message when there is a
-  /// handler; std::bad_alloc when memory is short, when names that the payload claims but does not
-  /// hold exceed `kMaxClaimedBytes`, or such entries `kMaxUnbackedBytes` (`Data/Limits.h`).
+  /// handler; std::bad_alloc when memory is short or when names and entries that the payload claims
+  /// but does not hold exceed `kMaxUnbackedBytes` (`Data/Limits.h`).
   virtual void ProcessMetadata(uint32_t type, uint32_t subtype, const uint8_t* data, uint32_t size);
 
   /// Tells every handler that the records that follow were made on `threadId`.

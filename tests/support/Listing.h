@@ -19,7 +19,7 @@
 /// Writes down what decoders tell, a line each: names and values, "-" for what is not there, bytes
 /// as text, pointers as the size and the number of their elements, entries of records in braces.
 /// Vertex arrays are looked at when their draw call comes: until then they have to be there.
-class Listing : public Data::GenericAdapter, public MetaFlattener {
+class Listing : public Data::GenericAdapter, public Inspect::MetaFlattener {
  public:
   /// The lines since the latest `Take`.
   std::vector<std::string> Take() {
@@ -53,7 +53,7 @@ class Listing : public Data::GenericAdapter, public MetaFlattener {
     held_.clear();
     Add(call.name, values);
   }
-  void Record(const MetaRecord& record) override {
+  void Record(const Inspect::MetaRecord& record) override {
     lines_.push_back(record.name + TextOf(record.fields));
   }
 
@@ -87,22 +87,22 @@ class Listing : public Data::GenericAdapter, public MetaFlattener {
   static std::string TextOf(const uint8_t* bytes, uint64_t size) {
     return bytes == nullptr ? "-" : std::string(bytes, bytes + size);
   }
-  static std::string TextOf(const std::vector<MetaField>& fields) {
+  static std::string TextOf(const std::vector<Inspect::MetaField>& fields) {
     std::string text;
-    for (const MetaField& field : fields) {
+    for (const Inspect::MetaField& field : fields) {
       text += " ";
       switch (field.kind) {
-        case MetaField::kUnsigned:
+        case Inspect::MetaField::kUnsigned:
           text += std::to_string(field.number);
           break;
-        case MetaField::kSigned:
+        case Inspect::MetaField::kSigned:
           text += std::to_string(static_cast<int64_t>(field.number));
           break;
-        case MetaField::kText:
-        case MetaField::kBytes:
+        case Inspect::MetaField::kText:
+        case Inspect::MetaField::kBytes:
           text += TextOf(field.bytes.data(), field.bytes.size());
           break;
-        case MetaField::kNumbers:
+        case Inspect::MetaField::kNumbers:
           text += field.bytes.data() == nullptr ? "-" : "";
           for (size_t at = 0; at < field.bytes.size(); at += 4) {
             text += (at == 0 ? "" : ",") +
@@ -110,7 +110,7 @@ class Listing : public Data::GenericAdapter, public MetaFlattener {
                         reinterpret_cast<const uint32_t*>(field.bytes.data() + at), 0));
           }
           break;
-        case MetaField::kEntries:
+        case Inspect::MetaField::kEntries:
           for (uint64_t i = 0; i < field.number; ++i) text += "{" + TextOf(field.entry(i)) + " }";
       }
     }

@@ -221,11 +221,11 @@ TEST_F(MetaDecoderTest, ARecordWithMoreEntriesThanBytesIsDropped) {
 }
 
 TEST_F(MetaDecoderTest, ClaimedNamesAreLimitedTogetherAndSoAreEntries) {
-  const Bytes alone = Bytes().U32s({7, 1, 1, 2, 3, 4}).I32(INT32_MAX).U8(0);
-  EXPECT_THAT(State(3, alone).size(), 1u);
-  Bytes three = Bytes().U32s({7, 3});
-  for (int i = 0; i < 3; ++i) three.U32s({1, 2, 3, 4}).I32(INT32_MAX);
-  EXPECT_THROW(State(3, three), std::bad_alloc);
+  constexpr auto kHalf = static_cast<int32_t>(kMaxUnbackedBytes / 2);
+  const Bytes two = Bytes().U32s({7, 2, 1, 2, 3, 4}).I32(kHalf).U32s({1, 2, 3, 4}).I32(kHalf + 1);
+  EXPECT_THROW(State(3, two), std::bad_alloc);
+  EXPECT_THROW(State(8, Bytes().U32s({7, 1}).Fill(52).I32(INT32_MAX)), std::bad_alloc);
+  EXPECT_THROW(Command(1, Bytes().U32(kAll).Text("x")), std::bad_alloc);
   const uint32_t count = static_cast<uint32_t>(kMaxUnbackedBytes / sizeof(GLUniformBlockDesc)) + 1;
   EXPECT_THROW(State(4, Bytes().U32s({7, count}).Fill(count)), std::bad_alloc);
 }
