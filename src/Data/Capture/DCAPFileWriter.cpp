@@ -24,7 +24,8 @@ const std::string DCAPFileWriter::ClosedMsg = "DCAP file writing failed: The cap
 
 namespace {
 
-// A larger block may have left the writer's buffer already.
+// A larger block may have left the buffer of the `DataWriter` in part: its size would then reach
+// the file before its last bytes.
 constexpr uint64_t kBufferedSize = uint64_t{64} * 1024;
 
 }  // namespace
@@ -80,6 +81,7 @@ void DCAPFileWriter::BeginBlock(uint16_t type, BlockKind kind) {
   if (closed_) Fail(ClosedMsg);
   EndBlock();
   blockStart_ = size_;
+  // Size 0 tells readers that the block has not ended, should the process die.
   const BlockHeader header{type, 0};
   Append(&header, sizeof(header));
   block_ = kind;
@@ -91,8 +93,8 @@ void DCAPFileWriter::EndBlock() {
     Append(&DCAPFrameTrailer, sizeof(DCAPFrameTrailer));
   }
   const uint64_t size = size_ - blockStart_ - sizeof(BlockHeader);
-  // The file says a size only once the bytes are there, all of them. What the writer still has in
-  // its buffer reaches the file in one piece with the size.
+  // The file must say a size only once all bytes of the block are there. Bytes that the writer
+  // still buffers reach the file in one piece with the size.
   if (flushBlocks_ && size > kBufferedSize) Flush();
   const auto recorded = static_cast<uint32_t>(size);
   Patch(&recorded, sizeof(recorded), blockStart_ + offsetof(BlockHeader, size));
