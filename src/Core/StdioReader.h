@@ -80,7 +80,7 @@ class DCAPKIT_API StdioReader : public ViewReader {
   int file_;  // a descriptor, or -1
   std::unique_ptr<unsigned char[]> buffer_;
   // Everything below also changes when AtEof looks ahead.
-  mutable const unsigned char* begin_ = nullptr;  // what was fetched last, read and unread
+  mutable const unsigned char* begin_ = nullptr;  // the last fetch, read and unread
   mutable const unsigned char* next_ = nullptr;   // the unread bytes of the buffer
   mutable const unsigned char* limit_ = nullptr;  // their end
   mutable uint64_t limitPosition_ = 0;            // where limit_ lies in the stream

@@ -29,8 +29,8 @@ namespace Data {
 /// nobody hears of that one. File ends and frame numbers go nowhere: derive and override to receive
 /// them.
 ///
-/// The consumer borrows what is registered, which must outlive its registration but may be
-/// registered before it is constructed. It serves listeners in the order of registration. An object
+/// The consumer borrows listeners, which must outlive their registration but may be registered
+/// before they are constructed. It serves listeners in the order of registration. An object
 /// registered twice is served twice, and removing it removes the first entry only; removing an
 /// object that is not there does nothing. Null must not be registered.
 ///

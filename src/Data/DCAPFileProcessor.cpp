@@ -164,7 +164,7 @@ bool DCAPFileProcessor::ProcessNextBlock() {
   try {
     return ProcessBlock();
   } catch (...) {
-    // The reader may overwrite what it showed as soon as somebody else uses it.
+    // The reader may overwrite the shown bytes as soon as somebody else uses it.
     walk_->window.Abandon();
     throw;
   }

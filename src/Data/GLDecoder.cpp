@@ -76,7 +76,9 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
     }
   };
 
-  uint64_t unbacked = 0;  // allocated on the word of this block, without bytes in the payload
+  // Allocated on the word of this block, without bytes in the payload. One sum for all records, as
+  // their buffers live together.
+  uint64_t unbacked = 0;
   for (uint32_t record = 0; record < count; ++record) {
     if (count > size && position + sizeof(function) > size) {
       break;  // such a count cannot be honest, and no further record begins

@@ -62,7 +62,7 @@ class RecordReader {
     if (length == 0) return nullptr;
     if (length > BytesLeft()) RequireClaimedSize(claimed_ += length);
     char* text = texts_.emplace_back(MakeZeroed<char>(uint64_t{length} + 1)).get();
-    ReadBytes(text, length);
+    ReadBytes(text, length);  // all or nothing: a cut name stays empty
     return text;
   }
   char* Name(int32_t length) { return Text(static_cast<uint32_t>(std::max(length, 0))); }

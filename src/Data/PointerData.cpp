@@ -209,7 +209,7 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
   } else if (lazy_) {
     // Without a copy, which would touch pages that nobody has touched.
     arrayData = Grow(arrayData, bytes);
-    claimed_ = false;  // from here on the caller knows what it holds
+    claimed_ = false;  // the content is the caller's own now
   } else {
     auto* grown = new uint8_t[bytes];
     if (arrayData != nullptr && recorded) {
@@ -232,7 +232,7 @@ uint32_t PointerData::ResizeString(uint32_t n) {
   char* grown = lazy_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
   if (stringData != nullptr && (flags & PointerFlagNoContent) == 0) {
     std::memcpy(grown, stringData, count);
-    claimed_ = false;  // from here on the caller knows what it holds
+    claimed_ = false;  // the content is the caller's own now
   }
   FreeText(stringData, lazy_);
   data = stringData = grown;
@@ -242,6 +242,7 @@ uint32_t PointerData::ResizeString(uint32_t n) {
 
 void PointerData::FreeBuffers() noexcept {
   claimed_ = false;
+  // As they were allocated: claimed content with calloc, all other with new[].
   if (std::exchange(lazy_, false)) {
     std::free(arrayData);
     std::free(stringData);

@@ -113,7 +113,7 @@ inline size_t CopySteps(unsigned char* out, const unsigned char* from, size_t do
   return done;
 }
 
-// Copies a match, which may overlap what it makes. `room` bytes may be written, at least `length`.
+// Copies a match, which may overlap its own copy. `room` bytes may be written, at least `length`.
 inline void CopyMatch(unsigned char* out, size_t distance, size_t length, size_t room) {
   const unsigned char* from = out - distance;
   if (distance == 1) {
@@ -160,7 +160,7 @@ LZ77Compressor::LZ77Compressor(CompressorQuality quality, unsigned int effort, u
 LZ77Compressor::~LZ77Compressor() = default;
 
 unsigned int LZ77Compressor::CompressBound(unsigned int inputSize) const {
-  // No match is taken that is longer than what it stands for, so only literals add bytes.
+  // No match takes more bytes than it saves, so only literals add bytes.
   return inputSize > kMaxInput ? 0 : inputSize + inputSize / 255 + 3;
 }
 

@@ -58,7 +58,7 @@ class DCAPKIT_API MadePointer {
     return MadePointer(std::span(texts.begin(), texts.size()), address);
   }
 
-  // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): that is what it is for
+  // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): its purpose
   operator const PointerData*() const noexcept { return &pointer_; }
 
  private:

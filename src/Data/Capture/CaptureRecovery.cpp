@@ -195,7 +195,7 @@ class Examination {
 
   Core::DataReader* reader_;
   uint64_t size_;  // of the file
-  uint64_t end_;   // of what is to be kept of it, trailer included
+  uint64_t end_;   // of the part that is to be kept, trailer included
   bool trailers_ = false;
   Block last_;  // the last block that is kept
   uint32_t frames_ = 0;

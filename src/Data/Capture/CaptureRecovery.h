@@ -33,7 +33,7 @@ namespace Data {
 ///   `damaged` and not cut. Nothing in it is changed or left out.
 struct DCAPKIT_API CaptureRecovery {
   FileHeader storedHeader{};  ///< as it lies in the file
-  FileHeader header{};        ///< the same, with the frame count and the file size of what is kept
+  FileHeader header{};        ///< the same, with frame count and file size of the kept part
   uint64_t storedSize = 0;    ///< bytes in the file
   /// Bytes from the start of the file that are kept. Bytes behind them are not part of the finished
   /// capture, or are the beginning of a trailer.
