@@ -10,14 +10,14 @@
 namespace Data {
 
 /// Largest sum of bytes, per decoded block, in buffers that are written, or handed out as if they
-/// were, although the payload does not back their size: arrays of unknown size, names and entries of
-/// metadata, client memory. Contents that the payload holds are not limited, as it proves their
+/// were, although the payload does not back their size: arrays of unknown size, names and entries
+/// of metadata, client memory. Contents that the payload holds are not limited, as it proves their
 /// size; nor are sizes that a program asks for.
 inline constexpr uint64_t kMaxUnbackedBytes = uint64_t{256} << 20;
 
-/// The same for contents that are marked as merely claimed (`PointerData::IsClaimed`): they were not
-/// recorded, or the payload is too short for them. They are zero and take no memory until they are
-/// touched.
+/// The same for contents that are marked as merely claimed (`PointerData::IsClaimed`): they were
+/// not recorded, or the payload is too short for them. They are zero and take no memory until they
+/// are touched.
 inline constexpr uint64_t kMaxClaimedBytes = uint64_t{4} << 30;
 
 /// Throws std::bad_alloc when `bytes` are beyond `kMaxUnbackedBytes`.

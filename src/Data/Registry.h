@@ -15,7 +15,7 @@ namespace Data {
 ///     for (GLAdapter* adapter : adapters_) adapter->glFlush();
 ///
 /// Listeners may be added and removed while such a loop runs, and loops may be nested. No loop
-/// calls a listener after its removal; each begun after an addition calls the new listener.
+/// calls a listener after its removal; those begun after an addition call the new listener.
 template <typename Listener>
 class Registry {
  public:
@@ -37,11 +37,10 @@ class Registry {
       Listener** found = std::find(array.entries.get(), end, listener);
       if (found != end) *found = nobody_;
     }
-    while (end_ != begin_ && end_[-1] == nobody_) --end_;
   }
 
   /// True when a loop would call nobody.
-  [[nodiscard]] bool IsEmpty() const { return begin_ == end_; }
+  [[nodiscard]] bool IsEmpty() const { return std::count(begin_, end_, nobody_) == end_ - begin_; }
 
   /// The entries for a loop, which reads both ends once, before it begins.
   Listener* const* begin() const { return begin_; }
@@ -51,7 +50,7 @@ class Registry {
   // Loops bear no cost of additions and removals: they walk from a begin to an end that they read
   // at their start. So entries keep their places, and an array that became too small stays until
   // the registry goes. Only an array that is full, with `nobody_` in most of its places, is closed
-  // up; a loop that runs just then may miss a listener.
+  // up; a loop that runs just then may miss a listener, or call a new one.
   struct Array {
     std::unique_ptr<Listener*[]> entries;
     size_t size;

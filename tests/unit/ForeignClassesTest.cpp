@@ -352,6 +352,14 @@ TEST(ForeignClassesTest, ListenersMayComeAndGoWhileTheyAreServed) {
   for (Busy& adapter : many) decoder.RemoveAdapter(&adapter);
   EXPECT_THAT(flush(&decoder), ElementsAre("c"));
 
+  decoder.AddAdapter(&b);
+  c.atFirst = [&] {
+    decoder.RemoveAdapter(&b);
+    decoder.AddAdapter(&a);
+  };
+  EXPECT_THAT(flush(&decoder), ElementsAre("c"));
+  decoder.RemoveAdapter(&a);
+
   // Within a nested call, and again and again.
   c.atFirst = [&] {
     decoder.AddAdapter(&a);
