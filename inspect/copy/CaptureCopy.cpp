@@ -40,6 +40,7 @@ void CaptureCopy::Append(const Capture& capture, const std::string& name, Progre
   Begin(name);
   try {
     CopyBlocks(progress);
+    reader_.reset();
   } catch (const std::exception& exception) {
     if (exception.what() == Data::DCAPFileWriter::WriteFailMsg) throw;
     throw DamageError(CurrentDamage(Where()));
@@ -62,7 +63,7 @@ void CaptureCopy::CopyBlocks(ProgressSink* progress) {
 
 void CaptureCopy::Finish() { writer_->Close(); }
 
-// How far the latest capture has been read.
+// The place to which the latest capture has been read.
 Place CaptureCopy::Where() const {
   if (reader_->Position() <= sizeof(Data::FileHeader)) return {};
   return {reader_->Position(), frameOrdinal_, frameNumber_, inFrame_};
@@ -84,7 +85,7 @@ void CaptureCopy::Begin(const std::string& name) {
     options.optionMask = *settings_.trailers ? optionMask_ & ~Data::kOptionNoTrailers
                                              : optionMask_ | Data::kOptionNoTrailers;
   }
-  options.flushBlocks = false;  // nobody sees the file before it is complete
+  options.flushBlocks = false;  // the copy is useless until it is complete
   writer_.emplace(output_, options);
 }
 

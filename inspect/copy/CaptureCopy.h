@@ -1,4 +1,4 @@
-// Copies of captures: whole or in part, one after another, stored in another way.
+// Copies captures: whole or in part, one after another, stored in another way.
 #ifndef DCAP_INSPECT_CAPTURECOPY_H
 #define DCAP_INSPECT_CAPTURECOPY_H
 
@@ -20,16 +20,16 @@
 
 namespace Inspect {
 
-/// What a copy is to be. Without further settings it has the bytes of a well-formed original.
+/// The settings of a copy. By default a copy has the bytes of a well-formed original.
 struct CopySettings {
   Selection selection;
   bool renumber = false;  ///< frames get the numbers 1, 2, 3, ...
-  // As in the (first) original, unless they are given.
+  // As in the first original unless given:
   std::optional<Data::CompressionType> compression;
   std::optional<bool> trailers;
 };
 
-/// A capture cannot be appended, since its options are not those of the first.
+/// Thrown for a capture that cannot be appended, as its options are not those of the first.
 class OptionsError : public Core::BasicException {
  public:
   OptionsError(uint32_t hasOptions, uint32_t firstHasOptions, const std::string& firstName);
@@ -44,24 +44,24 @@ class OptionsError : public Core::BasicException {
 ///     for (const std::string& path : paths) copy.Append(Capture(path), path, nullptr);
 ///     copy.Finish();
 ///
-/// Sub-blocks are copied as they are stored, known or not; only where the compression changes are
-/// payloads decompressed and compressed. A block that is no frame goes with the frame before it;
-/// those before the first frame stay in any case.
+/// It copies sub-blocks as they are stored, known or not. Payloads are decompressed and compressed
+/// only when the compression changes. A block that is no frame goes with the frame before it;
+/// blocks before the first frame are always copied.
 ///
-/// When `output` does not write everything, `Core::BasicException` with
-/// `DCAPFileWriter::WriteFailMsg` is thrown, and errno is as `output` left it. After an exception
-/// nothing but destruction may follow.
+/// When `output` fails to write, all operations throw a `Core::BasicException` with
+/// `DCAPFileWriter::WriteFailMsg` and leave errno as `output` set it. After an exception the copy
+/// may only be destroyed.
 class CaptureCopy {
  public:
   /// `output` must be empty and able to `WriteAt`.
   CaptureCopy(std::shared_ptr<Core::DataWriter> output, CopySettings settings);
 
-  /// Called, if set, for each set-up block of a capture after the first that readers will skip,
-  /// since frames come before it in the copy.
+  /// Called, if set, for each set-up block that now stands behind frames of an earlier capture,
+  /// where readers skip it.
   std::function<void()> onSkippedSetUp;
 
-  /// Appends what is selected of a capture, which messages call `name`. Throws `DamageError` where
-  /// it is damaged, and `OptionsError`. `progress` may be null.
+  /// Appends the selected part of a capture, which messages call `name`. Throws `DamageError` where
+  /// the capture is damaged, and `OptionsError`. `progress` may be null.
   void Append(const Capture& capture, const std::string& name, ProgressSink* progress);
 
   /// Completes the copy. Requires that something was appended.
@@ -77,15 +77,15 @@ class CaptureCopy {
 
   std::shared_ptr<Core::DataWriter> output_;
   CopySettings settings_;
-  bool selectsAllOfFrames_;  // every sub-block of the selected frames
+  bool selectsAllOfFrames_;  // no sub-block of a selected frame is left out
   std::optional<Data::DCAPFileWriter> writer_;
   std::optional<Data::DCAPBlockReader> reader_;
   std::string firstName_;
-  uint32_t optionMask_ = 0;    // of the captures
+  uint32_t optionMask_ = 0;    // of all captures
   bool recompresses_ = false;  // the output is compressed otherwise than the captures
   uint32_t frameOrdinal_ = 0;  // in the capture that is read
-  uint32_t frameNumber_ = 0;   // recorded, of that frame
-  bool inFrame_ = false;       // it has not been copied yet
+  uint32_t frameNumber_ = 0;   // its sequence number
+  bool inFrame_ = false;       // that frame has not been copied to its end
 };
 
 }  // namespace Inspect

@@ -9,7 +9,7 @@
 
 namespace Inspect {
 
-/// All classes, each at the index that its enumerator has as a number.
+/// All classes, in the order of their enumerators.
 inline constexpr std::array kCallClasses = {
     Data::CallClass::kDraw,   Data::CallClass::kCompute, Data::CallClass::kTransfer,
     Data::CallClass::kUpload, Data::CallClass::kCreate,  Data::CallClass::kDelete,

@@ -31,7 +31,7 @@ void EventConsumer::ProcessFrameNumber(unsigned int frameNumber) {
   }
 }
 
-// Whether frame and thread are selected.
+// Counts the sub-block. True when frame and thread are selected.
 inline bool EventConsumer::EnterSubBlock(const Data::SubBlockHeader& header) {
   context_.threadId = header.threadId;
   context_.callIndex = nextIndex_++;

@@ -29,7 +29,7 @@ struct MetaField {
 };
 
 struct MetaRecord {
-  const char* name;  ///< of the handler's operation
+  const char* name;  ///< that of the operation of `Data::MetaHandler`
   std::vector<MetaField> fields;
 };
 

@@ -1,4 +1,4 @@
-// What a recorded pointer holds, as listings, counts and files of byte data see it.
+// Facts about a recorded pointer, for listings, counts and extracted files alike.
 #ifndef DCAP_INSPECT_POINTERFACTS_H
 #define DCAP_INSPECT_POINTERFACTS_H
 

@@ -15,31 +15,31 @@ namespace Inspect {
 
 namespace {
 
-[[noreturn]] void Refuse(std::string_view part, const std::string& reason) {
+[[noreturn]] void ThrowInvalid(std::string_view part, const std::string& reason) {
   throw std::invalid_argument("'" + std::string(part) + "' " + reason);
 }
 
-// A list given in several options comes as one, its lines separated by line feeds.
+// Parts are separated by commas, or by line feeds where several lists were joined.
 void ForEachPart(std::string_view list, const std::function<void(std::string_view)>& handle) {
   for (size_t begin = 0; begin <= list.size();) {
     const size_t end = std::min(list.find_first_of(",\n", begin), list.size());
     if (end == begin) {
-      Refuse(list, "has an empty part");
+      ThrowInvalid(list, "has an empty part");
     }
     handle(list.substr(begin, end - begin));
     begin = end + 1;
   }
 }
 
-// `part`: the interval that holds the number, for the message.
+// `part` is the interval that the number is from, for the message.
 uint32_t ParseNumber(std::string_view text, std::string_view part) {
   uint32_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::result_out_of_range) {
-    Refuse(part, "is beyond 4294967295");
+    ThrowInvalid(part, "is beyond 4294967295");
   }
   if (error != std::errc() || end != text.data() + text.size()) {
-    Refuse(part, "is neither a number, nor an interval such as 10-20 or 100-");
+    ThrowInvalid(part, "is neither a number, nor an interval such as 10-20 or 100-");
   }
   return number;
 }
@@ -53,7 +53,7 @@ Ranges::Range ParseRange(std::string_view part) {
   const std::string_view end = part.substr(dash + 1);
   const uint32_t last = end.empty() ? UINT32_MAX : ParseNumber(end, part);
   if (last < first) {
-    Refuse(part, "ends before it begins");
+    ThrowInvalid(part, "ends before it begins");
   }
   return {first, last};
 }
@@ -77,7 +77,7 @@ bool MatchesSomeCall(const std::string& glob) {
   return found;
 }
 
-// The name under which a record is listed; empty when the decoder knows none.
+// The name that listings give a record; empty when the decoder does not know it.
 std::string RecordName(uint32_t type, uint32_t subtype) {
   const char* name = Data::MetadataRecordName(type, subtype);
   return name != nullptr ? std::string("meta.") + name : std::string();
@@ -134,7 +134,7 @@ void Selection::SetCalls(std::string_view globs) {
     const bool excludes = part.front() == '!';
     const std::string glob(part.substr(excludes ? 1 : 0));
     if (!MatchesSomeCall(glob) && !MatchesSomeRecord(glob)) {
-      Refuse(part, "matches no call and no metadata record");
+      ThrowInvalid(part, "matches no call and no metadata record");
     }
     (excludes ? excluded_ : included_).push_back(glob);
   });
@@ -150,7 +150,7 @@ void Selection::SetClasses(std::string_view classes) {
         names += names.empty() ? "" : ", ";
         names += Data::CallClassName(known);
       }
-      Refuse(part, "is no class of calls: there are " + names);
+      ThrowInvalid(part, "is no class of calls: there are " + names);
     }
     classes_.push_back(*found);
   });
@@ -161,7 +161,7 @@ bool Selection::SelectsMetadata(uint32_t type, uint32_t subtype) const {
   if (SelectsAllCalls()) {
     return true;
   }
-  // Records belong to no class.
+  // Records have no class.
   const std::string name = RecordName(type, subtype);
   return classes_.empty() && (name.empty() ? included_.empty() : NameIsSelected(name.c_str()));
 }

@@ -1,4 +1,4 @@
-// Byte data, which listings show as a checksum, as files.
+// Writes byte data, which listings show as a checksum, to files.
 #ifndef DCAP_INSPECT_BLOBWRITER_H
 #define DCAP_INSPECT_BLOBWRITER_H
 

@@ -221,7 +221,7 @@ void CanonicalPrinter::Bytes(std::span<const uint8_t> bytes) {
 
 void CanonicalPrinter::Checksum(std::span<const uint8_t> bytes, bool claimed) {
   out_.Char('#');
-  // What is not there is zero, and may be much.
+  // Claimed bytes are zero. There may be too many of them to have them in memory.
   out_.Hex(claimed ? Crc32OfZeros(bytes.size()) : Crc32(bytes), 8);
 }
 

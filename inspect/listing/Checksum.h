@@ -1,4 +1,4 @@
-// The checksum under which byte data is listed.
+// The checksum that listings show of byte data.
 #ifndef DCAP_INSPECT_CHECKSUM_H
 #define DCAP_INSPECT_CHECKSUM_H
 
@@ -15,7 +15,7 @@ inline uint32_t Crc32(std::span<const uint8_t> bytes) {
   return libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
-/// The same of `count` bytes that are zero.
+/// The CRC-32 of `count` zero bytes.
 inline uint32_t Crc32OfZeros(uint64_t count) {
   static constexpr uint8_t kZeros[16384] = {};
   uint32_t crc = 0;

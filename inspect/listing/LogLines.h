@@ -6,8 +6,8 @@
 
 namespace Inspect {
 
-/// How many lines the calling thread has logged. A log sink that counts them here keeps printers
-/// from taking a call about which the library logs something for one that only needs its line.
+/// The number of lines that the calling thread has logged. Printers do not keep the line of a call
+/// that made the library log: the log sink must count here.
 inline thread_local uint64_t logLinesOfThisThread = 0;
 
 }  // namespace Inspect

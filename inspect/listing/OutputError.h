@@ -1,4 +1,4 @@
-// What is thrown when results cannot be written.
+// The error that is thrown when results cannot be written.
 #ifndef DCAP_INSPECT_OUTPUTERROR_H
 #define DCAP_INSPECT_OUTPUTERROR_H
 
@@ -17,7 +17,7 @@ class OutputError : public std::runtime_error {
       : std::runtime_error(operation + ": " + std::strerror(errnum)),
         brokenPipe_(errnum == EPIPE) {}
 
-  /// Nobody reads the output any more.
+  /// True when nobody reads the output any more.
   [[nodiscard]] bool IsBrokenPipe() const { return brokenPipe_; }
 
  private:

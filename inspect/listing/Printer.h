@@ -1,4 +1,4 @@
-// What the printers of all formats share.
+// The base of the printers of all formats.
 #ifndef DCAP_INSPECT_PRINTER_H
 #define DCAP_INSPECT_PRINTER_H
 
@@ -11,22 +11,22 @@
 
 namespace Inspect {
 
-/// Turns events into lines of text.
+/// Turns events into lines of text. Buffers them: call `Flush` at the end.
 class Printer : public EventHandler {
  public:
   /// Borrows `sink`.
   explicit Printer(TextSink* sink) : out_(sink) {}
 
-  /// Hands on what is still buffered; to be called at the end.
+  /// Hands buffered text to the sink.
   void Flush() { out_.Flush(); }
 
  protected:
   TextBuffer out_;
 };
 
-// The names of values, in one place for all formats.
+// The names of values, for all formats.
 
-/// An integer that may be an enumerant is a plain number when it is small: a level, a count.
+/// True for a small value of a type that holds enumerants and numbers: it is a level, a count.
 inline bool IsPlainNumber(const Data::TypeDesc& type, uint32_t value) {
   return type.element == Data::ValueType::kInt32 && value < 0x100;
 }
@@ -36,16 +36,16 @@ inline const char* NameIfEnum(Data::Api api, const Data::TypeDesc& type, uint32_
   return IsPlainNumber(type, value) ? nullptr : Data::EnumerantName(api, type, value);
 }
 
-/// Whether a 64-bit element of an array of enumerants may be one.
+/// True when a 64-bit element of an array of enumerants may be one.
 inline bool MayBeEnum(const Data::TypeDesc& type, int64_t value) {
   return type.format == Data::ValueFormat::kEnum && value >= 0x100 && value <= int64_t{UINT32_MAX};
 }
 
-/// Calls `handle` with the name of each bit that is set and named, or of all at once where they
-/// have a name; returns the bits without one.
+/// Calls `handle` with the name of each bit that is set and has a name, or with the name of the
+/// whole value if there is one. Returns the bits without a name.
 template <typename Handle>
 uint32_t ForEachBitName(const Data::TypeDesc& type, uint32_t value, Handle handle) {
-  // All bits at once may have a name of their own, which stands last.
+  // The name of all bits together, if there is one, stands last.
   if (!type.names.empty() && type.names.back().value == value) {
     handle(type.names.back().name);
     return 0;

@@ -9,8 +9,8 @@ namespace Inspect {
 
 namespace {
 
-// Loads have a fixed size, and may overlap: of a copy of the payload they would have to wait for
-// the narrower stores that made it.
+// Loads the payload itself, in words that may overlap: loads from a copy would wait for the
+// narrower stores that made it.
 uint64_t HashOf(Data::ApiCallType id, const unsigned char* bytes, size_t size) {
   auto hash = static_cast<uint64_t>(id);
   const auto add = [&hash](uint64_t word) {

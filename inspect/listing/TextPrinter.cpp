@@ -12,10 +12,10 @@ namespace Inspect {
 
 namespace {
 
-// Elements of an array that are listed; of the others only the number.
+// The most elements of an array that are listed. The number of the others follows.
 constexpr uint32_t kListedElements = 16;
 
-// More than a thread and the sequences of a terminal around it take.
+// More bytes than a thread and the escape sequences around it take.
 constexpr size_t kLineStartRoom = 2 * PaddedText::kPadding;
 
 constexpr uint64_t kNoThread = UINT64_MAX - 1;
@@ -79,7 +79,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   return IsPlainNumber(type, value) ? Digits(value) : HexOf(value);
 }
 
-// What stands between the values: "glBindBuffer(target=", ", buffer=", ")\n".
+// The texts between the values: "glBindBuffer(target=", ", buffer=", ")\n".
 std::vector<std::string> TextsOf(const Data::CallDesc& call, bool coloured) {
   std::vector<std::string> texts(1);
   texts[0].append(coloured ? kBold : "").append(call.name).append(coloured ? kPlain : "") += '(';

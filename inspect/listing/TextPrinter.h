@@ -1,4 +1,4 @@
-// The form for people: one line an event, values as a person wants to see them.
+// The text form, for people: one line an event, values by their names.
 #ifndef DCAP_INSPECT_TEXTPRINTER_H
 #define DCAP_INSPECT_TEXTPRINTER_H
 
@@ -10,8 +10,8 @@ namespace Inspect {
 
 class TextPrinter final : public Printer {
  public:
-  /// Values that have names are written as numbers when `numeric`. The escape sequences of a
-  /// terminal set names off when `coloured`.
+  /// With `numeric`, values that have names are written as numbers. With `coloured`, escape
+  /// sequences of a terminal set names off.
   TextPrinter(TextSink* sink, bool numeric, bool coloured);
 
   void FileStart(const Data::FileHeader& header) override;

@@ -1,4 +1,4 @@
-// Where listings go.
+// The destination of a listing.
 #ifndef DCAP_INSPECT_TEXTSINK_H
 #define DCAP_INSPECT_TEXTSINK_H
 
@@ -8,8 +8,8 @@
 
 namespace Inspect {
 
-/// Receives text piece by piece. A piece may end anywhere in a line. An exception that a sink
-/// throws ends the walk whose events are listed and reaches its caller.
+/// Receives text piece by piece. A piece may end anywhere in a line. A sink that cannot write
+/// throws `OutputError`, which ends the walk and reaches its caller.
 class TextSink {
  public:
   /// Bytes of the buffers that `WriteFrom` is given.

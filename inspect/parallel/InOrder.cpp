@@ -9,9 +9,9 @@ namespace Inspect {
 
 namespace {
 
-// What may wait of the piece whose turn it is, and of all others together.
+// Bytes that the first piece may hold before it waits, and likewise all others together.
 constexpr size_t kMaxBytes = size_t{1} << 20;
-// Pieces that may be begun and not yet done with; most have few bytes or none.
+// Pieces that may be begun at a time. Most hold few bytes or none.
 constexpr size_t kMaxPieces = 64;
 
 }  // namespace
@@ -25,7 +25,7 @@ void InOrder::Run(unsigned threads, Source source) {
         workers.emplace_back([&order] { order.WorkOnPieces(); });
       }
     } catch (const std::system_error&) {
-      // Fewer do, too.
+      // Fewer threads are enough.
     }
     order.WorkOnPieces();
   }
@@ -52,7 +52,7 @@ void InOrder::WorkOnPieces() {
   }
 }
 
-// Null when there is nothing more to do.
+// Gives the next piece and its work; null when there is none.
 std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
   const std::lock_guard sourceLock(sourceMutex_);
   {
@@ -75,7 +75,7 @@ std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
   return piece;
 }
 
-// Does what may be done now, unless another thread is at it, which does this, too.
+// Runs all due actions. If another thread is doing so, leaves them to it.
 void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
   if (actionsAreTaken_) return;
   actionsAreTaken_ = true;
@@ -105,7 +105,7 @@ void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
   actionsAreTaken_ = false;
 }
 
-// Of few bytes it is not worth while to free the lock.
+// Below this size, releasing the lock costs more than it gains.
 bool InOrder::Piece::IsWorthTaking() const { return ended || bytes >= kMaxBytes / 2; }
 
 void InOrder::Stop(std::exception_ptr failure) {
@@ -113,7 +113,7 @@ void InOrder::Stop(std::exception_ptr failure) {
   stopped_ = true;
 }
 
-// Waits for the condition. False when the run was cancelled.
+// Waits until the condition holds. False when the run was cancelled.
 template <typename Condition>
 bool InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
   workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });

@@ -22,7 +22,7 @@ void OrderedLog::Write(const Core::Log::Record& record) {
   if (currentScope->muted) return;
   const std::string file = record.file;
   const std::string message = record.message;
-  // What throws here would unwind through the library, which was not asked whether it may log.
+  // `Do` would throw through the code of the library that logs.
   currentScope->turn_->TryDo(sizeof(record) + file.size() + message.size(), [=, to = target_] {
     to->Write({record.level, record.zone, record.line, file.c_str(), message.c_str()});
   });

@@ -8,12 +8,11 @@
 
 namespace Inspect {
 
-/// A log sink in front of another, for walks on several threads: lines that are logged within a
-/// `Scope` take their turn with the other results of that piece of work. All others pass at once.
-/// Writes to the target are made by one thread at a time while nothing else logs.
+/// A log sink in front of another, for work on several threads. Lines that are logged within a
+/// `Scope` are delivered in order, as results of that piece of work. All other lines pass at once.
 class OrderedLog final : public Core::Log::Sink {
  public:
-  /// Marks what its thread logs while it lives as results of `turn`, which it borrows.
+  /// While it lives, its thread logs results of `turn`, which it borrows.
   class Scope {
    public:
     explicit Scope(InOrder::Turn* turn);
@@ -31,7 +30,7 @@ class OrderedLog final : public Core::Log::Sink {
   /// Borrows `target`.
   explicit OrderedLog(Core::Log::Sink* target) : target_(target) {}
 
-  /// Drops the line when the walk that it belongs to was cancelled.
+  /// Drops the line when the run that it belongs to was cancelled. Throws nothing on that account.
   void Write(const Core::Log::Record& record) override;
 
  private:

@@ -11,14 +11,15 @@ namespace Inspect {
 
 namespace {
 
-// So much that little is done per range, so little that its listing, a megabyte, can wait.
+// Large enough to amortise the cost of a range, small enough that its listing (about 1 MiB) can be
+// buffered.
 constexpr uint64_t kRangeSize = uint64_t{300} << 10;
-// Of a small capture there are some for each thread all the same.
+// Small captures still yield this many ranges per thread.
 constexpr uint64_t kRangesPerThread = 8;
 
 }  // namespace
 
-// One of the idle, for a while.
+// Takes an idle worker; returns it on destruction.
 class RangeWorkers::Loan {
  public:
   explicit Loan(RangeWorkers* owner) : owner_(owner) {
@@ -41,7 +42,7 @@ class RangeWorkers::Loan {
 
 RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
     : capture_(capture), threads_(ThreadsFor(jobs, capture.Reader()->Size())) {
-  // All at once, as the file may be gone later.
+  // All at once, so that a file that cannot be opened so often is left to one thread.
   while (threads_ > 1 && idle_.size() < threads_) {
     idle_.push_back({capture.OpenAgain(), nullptr});
     if (idle_.back().reader == nullptr) threads_ = 1;
@@ -49,7 +50,8 @@ RangeWorkers::RangeWorkers(const Capture& capture, unsigned jobs)
 }
 
 void RangeWorkers::Run(const Ranges& frames, ProgressSink* progress, const MakeWorker& makeWorker) {
-  // Memory that goes from thread to thread is kept for the next range, but no more than that.
+  // Keeps freed output buffers in the heap between ranges, up to 2 MiB: they are freed by another
+  // thread than allocated them.
   mallopt(M_MMAP_THRESHOLD, 1 << 20);
   mallopt(M_TRIM_THRESHOLD, 2 << 20);
   const uint64_t perThread = capture_.Reader()->Size() / kRangesPerThread / threads_;

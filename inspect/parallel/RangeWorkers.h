@@ -1,4 +1,4 @@
-// Work on the ranges of a capture, on several threads.
+// Shares the ranges of a capture among threads.
 #ifndef DCAP_INSPECT_RANGEWORKERS_H
 #define DCAP_INSPECT_RANGEWORKERS_H
 
@@ -26,7 +26,7 @@ class RangeWorker {
   virtual bool WorkOn(const BlockRange& range, InOrder::Turn* turn) = 0;
 };
 
-/// Shares the ranges of a capture among workers, one for each thread.
+/// Runs one worker on each of several threads, until all ranges of a capture are done.
 class RangeWorkers {
  public:
   /// Makes a worker with a reader of its own. Called on any thread, even on several at once.

@@ -16,12 +16,12 @@ namespace Inspect {
 
 namespace {
 
-// Bytes of the ranges that one thread walks: so large that hardly anything is done per range.
+// Size of the ranges that a single thread walks, large enough to amortise the cost of a range.
 constexpr uint64_t kRangeSize = uint64_t{16} << 20;
-// Payloads that several threads may hold at once, all together.
+// Bytes of payloads that several threads together may hold at once.
 constexpr uint64_t kSharedPayloads = uint64_t{2} << 20;
 
-// Whether a payload in the range has more bytes than that, decompressed, or there is damage.
+// True when a payload in the range has more than `bytes` bytes, decompressed, or there is damage.
 bool HasLargePayload(const std::shared_ptr<Core::DataReader>& reader, const BlockRange& range,
                      uint64_t bytes) {
   try {
@@ -38,7 +38,7 @@ bool HasLargePayload(const std::shared_ptr<Core::DataReader>& reader, const Bloc
   return false;
 }
 
-// Hands everything that is selected to a handler.
+// Hands the selected events of ranges to a handler.
 class Walker : public RangeWorker {
  public:
   Walker(const Selection& selection, uint64_t largePayload, bool compressed,
@@ -84,9 +84,10 @@ class Walker : public RangeWorker {
 
   void Begin(const BlockRange& range, OrderedLog::Scope* log) {
     consumer_.ContinueAfter(range.framesBefore, range.numberBefore);
-    // Each time, so that the reader begins with short fetches, not to read far into the next range.
+    // The seek makes the reader start with short fetches again, so that it does not read far into
+    // the next range.
     reader_->Seek(SEEK_SET, 0);
-    log->muted = true;  // the start of the file has been told
+    log->muted = true;  // its log lines about the start of the file have been written
     processor_.Initialize(&consumer_, reader_, 0);
     log->muted = false;
   }

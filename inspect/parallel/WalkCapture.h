@@ -1,4 +1,4 @@
-// Walking the events of a capture, on one thread or on several.
+// Walks the events of a capture, on one thread or on several.
 #ifndef DCAP_INSPECT_WALKCAPTURE_H
 #define DCAP_INSPECT_WALKCAPTURE_H
 
@@ -35,17 +35,16 @@ struct ParallelWalk {
   std::function<std::unique_ptr<RangeHandler>()> makeHandler;
 };
 
-/// Walks a capture and hands everything that is selected to `handler`, ending after the last
-/// selected frame. Of a file, frames that are not selected are not read but for their size. Returns
-/// the damage that ended the walk early; all events before it have been handled. `progress` may be
-/// null.
+/// Walks a capture up to the last selected frame and hands all selected events to `handler`. In a
+/// file, it skips frames that are not selected. Returns the damage that ended the walk early, after
+/// the events before it have been handled. `progress` may be null.
 ///
-/// With `parallel`, `handler` handles the start of the file alone, and handlers that `parallel`
-/// makes handle the rest, if that is worth while. If not, `parallel` is not used. An `OrderedLog`
-/// keeps what the library logs in the order of the events.
+/// With `parallel`, where the capture is large enough for several threads, `handler` handles the
+/// start of the file alone; handlers that `parallel` makes handle the rest. An `OrderedLog` as the
+/// library's log sink keeps log lines in the order of the events.
 ///
-/// An exception that a handler throws ends the walk, too, and passes through. It must not be a
-/// `Core::BasicException` or a `std::bad_alloc`, which tell of damage.
+/// When a handler throws, the walk ends and throws the same. Handlers must not throw
+/// `Core::BasicException` or `std::bad_alloc`, which would pass for damage.
 std::optional<Damage> WalkCapture(const Capture& capture, EventHandler* handler,
                                   const Selection& selection, ProgressSink* progress,
                                   const ParallelWalk* parallel = nullptr);

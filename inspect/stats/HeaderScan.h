@@ -1,4 +1,4 @@
-// What the headers of a capture tell, without its payloads.
+// Counts a capture by its headers, without its payloads.
 #ifndef DCAP_INSPECT_HEADERSCAN_H
 #define DCAP_INSPECT_HEADERSCAN_H
 
@@ -35,7 +35,7 @@ struct SubBlockCounts {
   uint64_t bytes = 0;         ///< of payloads, decompressed
   uint32_t largestBytes = 0;  ///< of the largest payload, decompressed
   uint32_t largestFrame = 0;  ///< ordinal of its frame
-  std::string largestName;    ///< of its call, or words for a record
+  std::string largestName;    ///< name of its call, or "a metadata record"
 };
 
 /// The counts of a capture.
@@ -44,12 +44,13 @@ struct HeaderCounts {
   SubBlockCounts subBlocks;
 };
 
-/// The headers that are read.
+/// The depth to which headers are read.
 enum class ScanDepth : uint8_t { kBlocks, kSubBlocks };
 
-/// Counts what a capture in a file has. Down to sub-blocks it uses `ThreadsFor(jobs, size)`
-/// threads, else one. Returns the damage that ended it early; `counts` has everything before.
-/// `progress` may be null.
+/// Counts blocks and sub-blocks of a capture, which must be in a file. For sub-blocks it uses
+/// `ThreadsFor(jobs, size)` threads, else one. Returns the damage that ended the scan early;
+/// `counts` then has everything before it. `progress` may be null. Throws `Core::BasicException`
+/// when the file header cannot be read.
 std::optional<Damage> ScanHeaders(const Capture& capture, ScanDepth depth, unsigned jobs,
                                   ProgressSink* progress, HeaderCounts* counts);
 

@@ -1,4 +1,4 @@
-// Counts what a capture holds.
+// Counts calls, records and uploaded bytes.
 #ifndef DCAP_INSPECT_STATISTICS_H
 #define DCAP_INSPECT_STATISTICS_H
 
@@ -14,7 +14,7 @@
 
 namespace Inspect {
 
-/// What the bytes that a call hands to the implementation are.
+/// The kinds of bytes that calls hand to the implementation.
 enum class UploadKind : uint8_t {
   kBuffer,          ///< glBufferData and its like
   kTexture,         ///< glTexImage2D and its like
@@ -53,14 +53,14 @@ struct FrameCounts {
   Counts counts;
 };
 
-/// Counts the events it is handed. Its size does not grow with the capture.
+/// Counts events. Its memory does not grow with the capture. Call `Finish` after the last event.
 class Statistics final : public EventHandler {
  public:
-  /// `onFrame` is called with every frame when it has ended.
+  /// `onFrame` is called for every frame when it has ended.
   explicit Statistics(std::function<void(const FrameCounts&)> onFrame)
       : onFrame_(std::move(onFrame)) {}
 
-  /// Ends the last frame: to be called after the last event.
+  /// Ends the last frame.
   void Finish();
 
   uint64_t frames = 0;
@@ -69,7 +69,7 @@ class Statistics final : public EventHandler {
   std::map<std::string, uint64_t> clientData;  ///< by operation
   std::map<std::string, uint64_t> records;     ///< by name
   std::map<uint32_t, uint64_t> callsByThread;  ///< empty when the capture records no threads
-  /// Calls that occur and how often, by name.
+  /// The calls that occur and their numbers, in the order of their names.
   [[nodiscard]] std::vector<std::pair<std::string, uint64_t>> CallsByName() const;
 
   void Block(const EventContext& context, const Data::BlockHeader& header) override;

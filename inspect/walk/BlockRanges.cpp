@@ -12,7 +12,7 @@ namespace Inspect {
 
 namespace {
 
-// Payloads of larger blocks are passed over without being read.
+// In larger blocks the reader skips payloads: reading them would take longer.
 constexpr uint32_t kSmallBlock = uint32_t{64} << 10;
 
 }  // namespace

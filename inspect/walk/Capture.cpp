@@ -82,7 +82,7 @@ std::string DescribeState(const Data::CaptureRecovery& recovery) {
   if (recovery.IsComplete()) return "";
   std::string text;
   const std::vector<std::string_view> missing = MissingParts(recovery);
-  // A capture that was finished before it was cut naturally lacks its last trailer.
+  // A finished capture that was cut lacks its last trailer: that goes without saying.
   const bool wasFinished = recovery.IsCut() && recovery.storedHeader.fileSize != 0;
   if (!missing.empty() && !wasFinished) text = "unfinished: " + Enumerate(missing) + " missing; ";
   if (recovery.leftOutSize != 0) {

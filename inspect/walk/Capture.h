@@ -18,24 +18,24 @@ namespace Inspect {
 /// Its readers must not outlive it.
 class Capture {
  public:
-  /// Opens the capture at `path` and finds out whether it is finished, for which up to
-  /// `ThreadsFor(jobs, size)` threads read the headers of its blocks. Throws `Core::BasicException`
-  /// when there is no capture to read.
+  /// Opens the capture at `path` and examines whether it is finished: up to `ThreadsFor(jobs,
+  /// size)` threads read the headers of its blocks. Throws `Core::BasicException` when there is no
+  /// capture to read.
   explicit Capture(const std::string& path, unsigned jobs = 1);
 
   /// The capture from its start, for one user at a time. `Size()` is that of the finished capture;
   /// 0 for a pipe, whose state is not known.
   [[nodiscard]] const std::shared_ptr<Core::DataReader>& Reader() const { return reader_; }
 
-  /// The same for a walk over the headers of the blocks alone, one walk at a time; cheaper there.
-  /// Null for a pipe.
+  /// The same, cheaper for a walk that reads the headers of blocks alone. One walk at a time. Null
+  /// for a pipe.
   [[nodiscard]] const std::shared_ptr<Core::DataReader>& Headers() const { return headers_; }
 
   /// A further reader of the same file, for reading in two places. Null for a pipe, and where the
   /// file has become shorter or cannot be opened once more.
   [[nodiscard]] std::shared_ptr<Core::DataReader> OpenAgain() const;
 
-  /// The state of the capture: what its file lacks of a finished one. All zero for a pipe.
+  /// The state of the capture: the parts that its file lacks. All zero for a pipe.
   [[nodiscard]] const Data::CaptureRecovery& Recovery() const { return recovery_; }
 
   /// Throws `Core::BasicException` for a pipe.

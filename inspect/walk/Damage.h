@@ -1,4 +1,4 @@
-// Where and why the reading of a capture ended early.
+// The place and the cause of damage in a capture.
 #ifndef DCAP_INSPECT_DAMAGE_H
 #define DCAP_INSPECT_DAMAGE_H
 
@@ -10,7 +10,7 @@
 
 namespace Inspect {
 
-/// How far a capture had been read.
+/// The place to which a capture was read.
 struct Place {
   uint64_t offset = 0;   ///< bytes from its start; 0 before anything of it was understood
   uint32_t frame = 0;    ///< ordinal of the last frame that began; 0 for none
@@ -32,10 +32,10 @@ class DamageError : public Core::BasicException {
   Damage damage;
 };
 
-/// To be called while an exception is handled: the damage that it tells of, if it was thrown while
-/// the capture was read at `place`. A `DamageError` knows its own place. `std::bad_alloc` means
-/// that a recorded size asks for too much memory. Throws on what is neither that nor a
-/// `Core::BasicException`.
+/// Turns the exception at hand, which reading a capture at `place` has thrown, into damage. A
+/// `DamageError` keeps its own place. `std::bad_alloc` becomes a recorded size that asks for too
+/// much memory. An exception that is neither that nor a `Core::BasicException` is thrown on. To be
+/// called in a catch block.
 Damage CurrentDamage(const Place& place);
 
 }  // namespace Inspect

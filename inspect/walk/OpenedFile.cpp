@@ -22,7 +22,7 @@ OpenedFile::OpenedFile(const std::string& path) : path_(path) {
   do {
     file_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   } while (file_ < 0 && errno == EINTR);
-  // A descriptor of its own for each reader: threads that share one wait for each other.
+  // A path, as each reader needs a descriptor of its own: threads that share one would serialise.
   std::string again = "/proc/self/fd/" + std::to_string(file_);
   if (file_ >= 0 && access(again.c_str(), R_OK) == 0) path_ = std::move(again);
 }

@@ -6,18 +6,18 @@
 
 namespace Inspect {
 
-/// Holds a regular file open, so that all who read it read the same file, even when another one
-/// takes its name meanwhile.
+/// Holds a regular file open, so that all its readers read the same file even when another one
+/// takes its name.
 class OpenedFile {
  public:
-  /// Throws nothing. Leaves alone what is not a regular file: a pipe can be opened only once.
+  /// Throws nothing. Opens only regular files: to open a pipe twice would lose its writer.
   explicit OpenedFile(const std::string& path);
   OpenedFile(const OpenedFile&) = delete;
   OpenedFile& operator=(const OpenedFile&) = delete;
   ~OpenedFile();
 
-  /// A path that opens this file while the object lives. The path given to the constructor where
-  /// nothing is held open, or where the system offers no other (without /proc).
+  /// A path that opens this very file while the object lives. It is the path that was given where
+  /// the file could not be opened, and on systems without /proc.
   [[nodiscard]] const std::string& Path() const { return path_; }
 
  private:

@@ -1,4 +1,4 @@
-// How far long work has got.
+// The progress of long work.
 #ifndef DCAP_INSPECT_PROGRESSSINK_H
 #define DCAP_INSPECT_PROGRESSSINK_H
 
@@ -6,11 +6,12 @@
 
 namespace Inspect {
 
-/// Is told after each block how far work on a capture has got, by one thread at a time.
+/// Receives the progress of work on a capture, after each block, from one thread at a time.
 class ProgressSink {
  public:
   virtual ~ProgressSink() = default;
-  /// `done` bytes of the capture are done. Should return soon: it is called for every block.
+  /// Tells that `done` bytes of the capture are done. Called for every block, so it should be
+  /// quick.
   virtual void Show(uint64_t done) = 0;
 };
 

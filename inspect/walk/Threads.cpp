@@ -7,7 +7,7 @@ namespace Inspect {
 
 namespace {
 
-// A capture below this is done before further threads have started.
+// One thread has read a smaller capture before further ones have started.
 constexpr uint64_t kSmallCapture = uint64_t{1} << 20;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// How many threads work on a capture.
+// The number of threads that work on a capture.
 #ifndef DCAP_INSPECT_THREADS_H
 #define DCAP_INSPECT_THREADS_H
 
@@ -6,11 +6,12 @@
 
 namespace Inspect {
 
-/// Nothing uses more threads than that.
+/// The most threads that `ThreadsFor` gives.
 inline constexpr unsigned kMaxThreads = 64;
 
-/// The number of threads for a capture of `size` bytes when `jobs` are asked for. With 0, which
-/// leaves it to this function, one for each core, but a single one for less than a megabyte.
+/// The number of threads for a capture of `size` bytes. `jobs` is the number that the user asks
+/// for. If that is 0, there is one for each core, but only one for a capture of less than a
+/// megabyte.
 unsigned ThreadsFor(unsigned jobs, uint64_t size);
 
 }  // namespace Inspect

@@ -14,7 +14,7 @@ bool WalkRange(Data::DCAPFileProcessor* processor, EventConsumer* consumer, cons
   do {
     if (!processor->ProcessNextBlock() || consumer->IsFinished()) return false;
     if (progress != nullptr) progress->Show(processor->Position());
-    // A block may end behind the range when its size was changed after the range had been cut.
+    // If a block grew after the range was cut, it ends behind the range.
   } while (processor->Position() < range.end);
   return true;
 }

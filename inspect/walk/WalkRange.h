@@ -1,4 +1,4 @@
-// Walking the events of one range of a capture.
+// Walks one range of a capture.
 #ifndef DCAP_INSPECT_WALKRANGE_H
 #define DCAP_INSPECT_WALKRANGE_H
 
@@ -11,12 +11,13 @@
 
 namespace Inspect {
 
-/// Walks the blocks of one range. `processor` has been initialised with `consumer`. Returns false
-/// when nothing that is selected follows the range. `progress` may be null.
+/// Walks the blocks of one range. Requires that `processor` has been initialised with `consumer`.
+/// Returns false when nothing that follows the range is selected. `progress` may be null. Throws as
+/// `Data::DCAPFileProcessor::ProcessNextBlock`.
 bool WalkRange(Data::DCAPFileProcessor* processor, EventConsumer* consumer, const BlockRange& range,
                ProgressSink* progress);
 
-/// The place that processor and consumer have come to.
+/// The place to which processor and consumer have read.
 Place PlaceOf(const Data::DCAPFileProcessor& processor, const EventConsumer& consumer);
 
 }  // namespace Inspect

@@ -4,7 +4,7 @@
 
 #include <CLI/App.hpp>
 
-/// Adds a command to the tool. The command's callback leaves its exit status in `*status`, its
+/// Adds a command to the tool. The command's callback stores its `ExitStatus` in `*status`; its
 /// footer ends with examples.
 using AddCommand = void(CLI::App& app, int* status);
 

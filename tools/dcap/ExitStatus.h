@@ -8,9 +8,9 @@ enum ExitStatus : int {
   kExitOk = 0,
   kExitFailure = 1,
   kExitUsage = 2,
-  /// The command did its work on all that is there of the capture, but recorded bytes are missing:
-  /// the file was cut, or ends in a sub-block that is. Merely unfinished captures, all of whose
-  /// calls are there, are `kExitOk`.
+  /// The command has done its work, but recorded bytes of the capture are missing: its file was
+  /// cut, or ends in the middle of a sub-block. A merely unfinished capture, which has all its
+  /// calls, is `kExitOk`.
   kExitIncomplete = 3,
 };
 
@@ -19,7 +19,7 @@ struct ExitStatusText {
   const char* text;
 };
 
-/// What the help and the manual say about each.
+/// The texts of help and manual, one for each status.
 inline constexpr std::array<ExitStatusText, 4> kExitStatuses = {
     {{kExitOk, "all is well, or whoever read the output had enough"},
      {kExitFailure, "the capture is damaged, or a file cannot be read or written"},

@@ -25,7 +25,7 @@ bool IsFile(const std::string& path) {
   return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// As the shell takes it for one word.
+// Quotes a word for the shell, if need be.
 std::string Quote(const std::string& word) {
   constexpr std::string_view kPlain =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,:@%-";
@@ -65,7 +65,7 @@ ExitStatus ReportDamage(const std::string& path, const Inspect::Damage& damage) 
   std::fprintf(stderr, "dcap: %s: %s%s\n", path.c_str(), Describe(place).c_str(),
                damage.cause.c_str());
   const uint32_t whole = place.frame - (place.inFrame ? 1 : 0);
-  // What came through a pipe cannot be read again.
+  // A capture that came through a pipe cannot be read again.
   if (place.offset != 0 && whole != 0 && IsFile(path)) {
     std::fprintf(stderr,
                  "dcap: To save what comes before: dcap trim --frames 0-%u -o saved.dcap %s\n",

@@ -1,4 +1,4 @@
-// How every command ends: with a status, and a message where something went wrong.
+// Runs commands: turns the way in which each ends into a status, and messages on stderr.
 #ifndef DCAP_RUNCOMMAND_H
 #define DCAP_RUNCOMMAND_H
 
@@ -10,22 +10,24 @@
 #include "inspect/walk/Capture.h"
 #include "inspect/walk/Damage.h"
 
-/// Runs the work of a command and returns its status. Writes a message to stderr for what it
-/// throws, `kExitFailure`, unless that only tells that nobody reads the output any more, `kExitOk`.
-/// `path` is that of the capture at hand; the work may change it when it goes on to the next one.
+/// Runs the work of a command and returns its status. When it throws, writes a message to stderr
+/// and returns `kExitFailure`; but when nobody reads the output any more, returns `kExitOk`
+/// silently. `path` is the path of the capture at hand; the work may change it when it goes on to
+/// another one.
 ExitStatus RunCommand(const std::string& path, const std::function<ExitStatus()>& work);
 
-/// Writes a line to stderr about what a capture lacks, if it lacks anything.
+/// Writes the state of a capture to stderr, unless it is finished.
 void ReportState(const std::string& path, const Inspect::Capture& capture);
 
-/// Writes to stderr what ended the reading of a capture, and how to save the frames before that, if
-/// there are any. Returns `kExitFailure`.
+/// Writes damage of a capture to stderr, and a command that saves the frames before it, if there
+/// are any. Returns `kExitFailure`.
 ExitStatus ReportDamage(const std::string& path, const Inspect::Damage& damage);
 
-/// The status for a capture that was read to its end.
+/// The status of a command that has read the capture to its end.
 ExitStatus StatusOf(const Inspect::Capture& capture);
 
-/// Reports the damage that ended the reading of the capture, if any did. Returns the status.
+/// Reports damage, if there is any. Returns the status of a command that has read the capture to
+/// its end or the damage.
 ExitStatus ReportEnd(const std::string& path, const Inspect::Capture& capture,
                      const std::optional<Inspect::Damage>& damage);
 

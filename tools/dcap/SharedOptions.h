@@ -7,7 +7,7 @@
 #include "inspect/events/Selection.h"
 
 /// Adds --frames, --threads, --calls and --class to a command. They narrow `selection`, which must
-/// outlive the parsing; mistakes are usage errors.
+/// outlive the parsing. Mistakes are usage errors.
 void AddSelectionOptions(CLI::App* command, Inspect::Selection* selection);
 
 /// Adds --jobs to a command. `*jobs` stays as it is when the option is not given.

@@ -10,7 +10,7 @@
 
 namespace {
 
-// How a capture gets the options of the first one; empty when nothing gives it them.
+// Tells how to give a capture the options of the first one; empty when no command can.
 std::string Advice(const Inspect::OptionsError& error) {
   constexpr uint32_t kRepacked = Data::kOptionCompressionMask | Data::kOptionNoTrailers;
   if (((error.options ^ error.firstOptions) & ~kRepacked) != 0) return "";
@@ -31,7 +31,7 @@ void Append(const Inspect::Capture& capture, const std::string& path, Inspect::C
   copy->Append(capture, path, &progress);
 }
 
-// Runs a step of the copy. Gives errors what only the tool knows: the name of the output, advice.
+// Runs a step of the copy. Adds to its errors the name of the output, or advice.
 void Try(const OutputFile& output, const std::function<void()>& step) {
   try {
     step();

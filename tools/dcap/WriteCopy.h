@@ -9,7 +9,7 @@
 #include "inspect/copy/CaptureCopy.h"
 
 /// Writes the captures at `paths`, one after another, into one at `output`, which appears complete
-/// or not at all. Reports on stderr what goes wrong.
+/// or not at all. Reports errors on stderr.
 ExitStatus WriteCopy(const std::vector<std::string>& paths, const std::string& output,
                      const Inspect::CopySettings& settings);
 

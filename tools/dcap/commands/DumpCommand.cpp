@@ -31,7 +31,7 @@ void WarnOfClash(const std::string& path) {
                path.c_str());
 }
 
-// Prints ranges of the capture; their text takes its turn.
+// Prints ranges of the capture on one of several threads; their text is delivered in order.
 class RangePrinter : public Inspect::RangeHandler, private Inspect::TextSink {
  public:
   RangePrinter(const Inspect::PrinterOptions& options, Inspect::TextSink* output)
@@ -68,7 +68,7 @@ ExitStatus Dump(const Options& options) {
     std::optional<Inspect::BlobWriter> blobWriter;
     if (!options.blobs.empty()) {
       handler = &blobWriter.emplace(handler, options.blobs, WarnOfClash);
-      parallel.jobs = 1;  // nothing may be written of what comes after damage
+      parallel.jobs = 1;  // no file may be written for an event after damage
     }
     const Inspect::Capture capture(options.file, parallel.jobs);
     ReportState(options.file, capture);

@@ -33,7 +33,7 @@ std::string Change(const char* what, uint64_t from, uint64_t to) {
          "\n";
 }
 
-// What finalising changes, a line for each.
+// The changes that finalising makes, a line for each.
 std::string Plan(const Data::CaptureRecovery& recovery) {
   const std::string kept = std::to_string(recovery.keptSize);
   const std::string lastBlockSize =
@@ -64,7 +64,7 @@ void Copy(const std::string& path, Core::DataReader* reader, OutputFile* output)
   output->Commit();
 }
 
-// A file that nobody may write is meant to stay as it is, even where the system would let us.
+// A read-only file is meant to stay as it is, even when the super-user runs the command.
 bool IsReadOnly(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
@@ -77,7 +77,7 @@ void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recover
         "writes a finalised copy)");
   }
   Core::StdioWriter writer(path, true, false);
-  // Checked before the file is shortened; Finish says so as well.
+  // Checked before the file is shortened; Finish throws for an invalid writer.
   if (writer.IsValid()) {
     if (Data::CaptureFileUtil::GetFileSize(path) != recovery.storedSize) {
       throw Core::BasicException("The file is still being written.");

@@ -1,4 +1,4 @@
-// dcap info: what kind of capture this is.
+// dcap info: the options, the state and the size of a capture.
 #include <array>
 #include <cstdio>
 #include <memory>
@@ -46,7 +46,7 @@ std::string Version(const Data::FileHeader& header) {
          std::to_string(header.versionLow);
 }
 
-// A line for each thing, its value after a column of names.
+// A table with a name and a value in each line.
 class Report {
  public:
   void Line(const char* name, const std::string& value) {
@@ -232,7 +232,7 @@ ExitStatus Info(const Options& options) {
       Progress progress(options.file, capture.Reader()->Size());
       damage = Inspect::ScanHeaders(capture, depth, options.jobs, &progress, &counts);
     }
-    // The counts up to the damage are shown all the same.
+    // Also when damage ended the scan: then up to there.
     output.Write(options.json ? Json(capture.Recovery(), counts, options.scan)
                               : Text(capture.Recovery(), counts, options.scan));
     return ReportEnd(options.file, capture, damage);

@@ -1,4 +1,4 @@
-// dcap stats: what a capture holds, in numbers.
+// dcap stats: counts of calls, records and uploaded bytes.
 #include <algorithm>
 #include <cstdio>
 #include <optional>

@@ -1,4 +1,4 @@
-// Standard output, written in large pieces.
+// Standard output.
 #ifndef DCAP_OUTPUT_H
 #define DCAP_OUTPUT_H
 
@@ -6,12 +6,13 @@
 
 #include "inspect/listing/TextSink.h"
 
-/// Whether standard output is a terminal.
+/// True when standard output is a terminal.
 bool OutputIsTerminal();
 
-/// Whether standard output is a terminal that shows colours, and the user wants them.
+/// True when standard output is a terminal that shows colours, and the user wants them.
 bool OutputHasColours();
 
+/// Writes to standard output, without a buffer of its own.
 class StandardOutput : public Inspect::TextSink {
  public:
   /// Throws `OutputError`.

@@ -22,7 +22,7 @@ static_assert(std::atomic<const char*>::is_always_lock_free);
 
 void RemoveAndDie(int signal) {
   if (const char* path = doomed) unlink(path);
-  raise(signal);  // which has its usual effect again
+  raise(signal);  // SA_RESETHAND has restored its usual effect
 }
 
 void RemoveOnSignals(const char* path) {
@@ -69,7 +69,7 @@ void OutputFile::Commit() {
   if (!temporary_.Exists()) return;
   if (!temporary_.MoveTo(path_)) Fail();
   const size_t slash = path_.rfind('/');
-  // Where folders cannot be synchronised, the name lasts as well as such a system lets it.
+  // Some systems cannot synchronise a folder. They decide themselves when a name is durable.
   Synchronize(slash == std::string::npos ? "." : path_.substr(0, slash + 1));
 }
 
@@ -82,7 +82,7 @@ bool OutputFile::Temporary::Create(const std::string& path, const mode_t* replac
   struct stat status {};
   if (fstat(file_, &status) != 0) return false;
   mode_ = (replaced != nullptr ? *replaced : status.st_mode) & 07777;
-  // The writer opens the file by its name, which the mode of a read-only one would not let it.
+  // The writer opens the file by its name, so its mode must not be read-only yet.
   static_cast<void>(fchmod(file_, 0600));
   return true;
 }

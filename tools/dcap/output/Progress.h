@@ -1,4 +1,4 @@
-// How far a long command has got.
+// Shows the progress of a command.
 #ifndef DCAP_PROGRESS_H
 #define DCAP_PROGRESS_H
 

@@ -1,4 +1,4 @@
-// Where the library's log lines go while the tool runs.
+// The log sink of the tool.
 #ifndef DCAP_TOOLLOG_H
 #define DCAP_TOOLLOG_H
 
