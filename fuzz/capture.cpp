@@ -11,9 +11,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static QuietLog quiet;
-  NullSink sink;
-  CanonicalPrinter printer(&sink);
-  EventConsumer consumer(&printer);
+  AllPrinters& printers = AllPrinters::Shared();
+  Inspect::EventConsumer consumer(&printers);
   const auto reader = std::make_shared<Core::MemoryReader>(std::span(data, size));
   try {
     Data::DCAPFileProcessor processor;
@@ -23,6 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   } catch (const Core::BasicException&) {
   } catch (const std::bad_alloc&) {
   }
+  printers.Flush();
   return 0;
 }
 

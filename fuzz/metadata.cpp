@@ -14,5 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                    static_cast<unsigned int>(size - 2));
   } catch (const std::bad_alloc&) {
   }
+  FrameOfEvents::PrintedBytes();
   return 0;
 }

@@ -16,8 +16,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint32_t offset = data[1];
   const uint32_t grown = data[2] * 1000u;
   const auto payloadSize = static_cast<uint32_t>(size - 3);
-  NullSink sink;
-  CanonicalPrinter printer(&sink);
   Data::PointerData pointer;
   try {
     pointer.Decode(data + 3, payloadSize, 0, elementSize);
@@ -39,6 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   static const Data::CallDesc& call = *Data::FindCall("glMapBufferRange");
   const Data::CallValue values[] = {uint32_t{0}, uint32_t{0}, uint32_t{0}, uint32_t{0}, &pointer};
-  printer.Call({}, call, values);
+  AllPrinters::Shared().Call({}, call, values);
+  AllPrinters::Shared().Flush();
   return 0;
 }

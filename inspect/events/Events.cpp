@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+namespace Inspect {
+
 EventConsumer::EventConsumer(EventHandler* handler, const Selection* selection)
     : handler_(handler), selection_(selection), everyThreadIsSelected_(selection->threads.IsAll()) {
   eglDecoder_.AddAdapter(AsEGLAdapter());
@@ -29,7 +31,7 @@ void EventConsumer::ProcessFrameNumber(unsigned int frameNumber) {
   }
 }
 
-// Whether frame and thread are selected.
+// Counts the sub-block. True when frame and thread are selected.
 inline bool EventConsumer::EnterSubBlock(const Data::SubBlockHeader& header) {
   context_.threadId = header.threadId;
   context_.callIndex = nextIndex_++;
@@ -65,3 +67,5 @@ void EventConsumer::ProcessMetadata(const Data::SubBlockHeader& header,
     DisplayMessage("");  // the decoder throws this for an empty message, and for nothing else
   }
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
-// A capture as the stream of events that the tool's commands work on.
-#ifndef DCAP_EVENTS_H
-#define DCAP_EVENTS_H
+// A capture as a stream of events.
+#ifndef DCAP_INSPECT_EVENTS_H
+#define DCAP_INSPECT_EVENTS_H
 
 #include <cstdint>
 #include <span>
@@ -14,7 +14,9 @@
 #include "inspect/events/MetaRecord.h"
 #include "inspect/events/Selection.h"
 
-/// Where in the capture an event stands.
+namespace Inspect {
+
+/// The place of an event in the capture.
 struct EventContext {
   uint32_t frameOrdinal = 0;  ///< counted from 1; 0 before the first frame block
   uint32_t blockNumber = 0;   ///< sequence number of the block, as recorded
@@ -24,7 +26,8 @@ struct EventContext {
   uint32_t callIndex = 0;  ///< of the call or record within its block, counted from 0
 };
 
-/// Receives the events of a capture in file order. Arguments are borrowed.
+/// Receives the events of a capture in the order of the file. Arguments are borrowed until the
+/// operation returns.
 class EventHandler {
  public:
   virtual ~EventHandler() = default;
@@ -33,8 +36,8 @@ class EventHandler {
   virtual void Block(const EventContext& /*context*/, const Data::BlockHeader& /*header*/) {}
   virtual void Call(const EventContext& /*context*/, const Data::CallDesc& /*call*/,
                     std::span<const Data::CallValue> /*values*/) {}
-  /// Called before a call is decoded. A handler that knows what would come of that payload handles
-  /// it right here and returns true, and `Call` is not called.
+  /// Called before a call is decoded. A handler that needs no values returns true, having handled
+  /// the call; `Call` is not called then.
   virtual bool HandleUndecoded(const EventContext& /*context*/, Data::ApiCallType /*id*/,
                                std::span<const unsigned char> /*payload*/) {
     return false;
@@ -45,15 +48,16 @@ class EventHandler {
   virtual void Metadata(const EventContext& /*context*/, const MetaRecord& /*record*/) {}
 };
 
-/// Decodes what is selected of what a processor reads and hands it to an `EventHandler`. Handler
-/// and selection are borrowed. Nothing else is decoded, and logs nothing.
+/// Decodes the selected calls and records that a processor reads, and hands them to an
+/// `EventHandler`. The others are not decoded, so that the library logs nothing about them. Borrows
+/// handler and selection.
 class EventConsumer final : public Data::DCAPConsumer,
                             private Data::GenericAdapter,
                             private MetaFlattener {
  public:
   explicit EventConsumer(EventHandler* handler,
                          const Selection* selection = &Selection::Everything());
-  /// Frees what a draw call left behind that an exception cut short; the decoder itself does not.
+  /// Frees the client memory of a draw call that an exception cut short: the decoder does not.
   ~EventConsumer() override { glDecoder_.DestroyVertexAttribArrayData(); }
   EventConsumer(const EventConsumer&) = delete;
   EventConsumer& operator=(const EventConsumer&) = delete;
@@ -71,8 +75,8 @@ class EventConsumer final : public Data::DCAPConsumer,
   void ProcessMetadata(const Data::SubBlockHeader& header, const Data::MetadataDesc& desc,
                        const unsigned char* data, unsigned int size) override;
 
-  /// The next block comes after that many frames of the capture, the last of which has that
-  /// sequence number. The start of the file needs no handling any more.
+  /// Tells that the next block comes after `frames` frames, the last of which has the sequence
+  /// number `number`, and that the start of the file has been handled.
   void ContinueAfter(uint32_t frames, uint32_t number) {
     context_.frameOrdinal = frames;
     frameNumber_ = number;
@@ -80,11 +84,11 @@ class EventConsumer final : public Data::DCAPConsumer,
   }
 
   [[nodiscard]] const EventContext& Context() const { return context_; }
-  /// Sequence number of the frame whose ordinal the context tells.
+  /// Sequence number of the latest frame; its ordinal is in the context.
   [[nodiscard]] uint32_t FrameNumber() const { return frameNumber_; }
-  /// That frame has not ended.
+  /// True when that frame has not ended.
   [[nodiscard]] bool IsInFrame() const { return isInFrame_; }
-  /// Between two blocks: nothing that follows is selected.
+  /// True when nothing that follows is selected. To be asked between two blocks.
   [[nodiscard]] bool IsFinished() const {
     return context_.frameOrdinal != 0 && context_.frameOrdinal >= selection_->LastFrame();
   }
@@ -116,4 +120,6 @@ class EventConsumer final : public Data::DCAPConsumer,
   Data::MetaDecoder metaDecoder_;
 };
 
-#endif  // DCAP_EVENTS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_EVENTS_H

@@ -2,6 +2,8 @@
 
 #include <string>
 
+namespace Inspect {
+
 namespace {
 
 MetaField Unsigned(const char* name, uint64_t value) { return {name, MetaField::kUnsigned, value}; }
@@ -18,13 +20,13 @@ MetaField Text(const char* name, const char* text, uint64_t size) {
   return {name, MetaField::kText, 0, {reinterpret_cast<const uint8_t*>(text), text ? size : 0}};
 }
 
-// A whole payload: there even when it is empty.
+// A whole payload, which is not null even when it is empty.
 MetaField Payload(const char* name, MetaField::Kind kind, const uint8_t* data, uint32_t size) {
   static constexpr uint8_t kEmpty[1] = {};
   return {name, kind, 0, {size != 0 ? data : kEmpty, size}};
 }
 
-// `values` may point into a payload at any address: never read as uint32_t.
+// `values` may lie at any address of a payload, so that nobody may read them as uint32_t.
 MetaField Numbers(const char* name, const void* values, uint64_t count) {
   return {name,
           MetaField::kNumbers,
@@ -64,7 +66,7 @@ MetaRecord Attributes(const char* name, uint32_t a0, uint32_t a1, const uint32_t
            Numbers("values", values, count)}};
 }
 
-// The handlers are told the size of the whole record; the bytes begin after its seven fields.
+// `size` is that of the whole record: the pixels come after its seven fields.
 MetaRecord DefaultBuffer(const char* name, const uint32_t (&a)[6], uint32_t size,
                          const uint8_t* pixels) {
   constexpr uint32_t kFieldBytes = 28;
@@ -252,3 +254,5 @@ void MetaFlattener::MultiSampleTexture(uint32_t a0, uint32_t a1, uint32_t a2, ui
            Signed("a8", a8), Signed("length", length),
            Bytes("data", data, static_cast<uint32_t>(length))}});
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // Metadata records as named fields, so that each output format prints them with one loop.
-#ifndef DCAP_METARECORD_H
-#define DCAP_METARECORD_H
+#ifndef DCAP_INSPECT_METARECORD_H
+#define DCAP_INSPECT_METARECORD_H
 
 #include <cstdint>
 #include <functional>
@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "Data/MetaHandler.h"
+
+namespace Inspect {
 
 /// One field of a record. Everything is borrowed for the duration of the callback.
 struct MetaField {
@@ -27,7 +29,7 @@ struct MetaField {
 };
 
 struct MetaRecord {
-  const char* name;  ///< of the handler's operation
+  const char* name;  ///< that of the operation of `Data::MetaHandler`
   std::vector<MetaField> fields;
 };
 
@@ -70,4 +72,6 @@ class MetaFlattener : public Data::MetaHandler {
                           const uint8_t* data) final;
 };
 
-#endif  // DCAP_METARECORD_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_METARECORD_H

@@ -5,44 +5,41 @@
 #include <functional>
 #include <stdexcept>
 
-#include <CLI/App.hpp>
 #include <fnmatch.h>
 
 #include "Data/MetaDecoder.h"
 
+#include "inspect/events/CallClasses.h"
+
+namespace Inspect {
+
 namespace {
 
-constexpr Data::CallClass kClasses[] = {
-    Data::CallClass::kDraw,   Data::CallClass::kCompute, Data::CallClass::kTransfer,
-    Data::CallClass::kUpload, Data::CallClass::kCreate,  Data::CallClass::kDelete,
-    Data::CallClass::kState,  Data::CallClass::kQuery,   Data::CallClass::kSync,
-    Data::CallClass::kMarker, Data::CallClass::kPresent};
-
-[[noreturn]] void Refuse(std::string_view part, const std::string& reason) {
+[[noreturn]] void ThrowInvalid(std::string_view part, const std::string& reason) {
   throw std::invalid_argument("'" + std::string(part) + "' " + reason);
 }
 
-// A list given in several options comes as one, its lines separated by line feeds.
+// Parts are separated by commas, or by line feeds where several lists were joined.
 void ForEachPart(std::string_view list, const std::function<void(std::string_view)>& handle) {
   for (size_t begin = 0; begin <= list.size();) {
     const size_t end = std::min(list.find_first_of(",\n", begin), list.size());
     if (end == begin) {
-      Refuse(list, "has an empty part");
+      ThrowInvalid(list, "has an empty part");
     }
     handle(list.substr(begin, end - begin));
     begin = end + 1;
   }
 }
 
-// `part`: the interval that holds the number, for the message.
+// `part` is the interval that the number is from, for the message.
 uint32_t ParseNumber(std::string_view text, std::string_view part) {
   uint32_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   if (error == std::errc::result_out_of_range) {
-    Refuse(part, "is beyond 4294967295");
+    ThrowInvalid(part, "is beyond 4294967295");
   }
   if (error != std::errc() || end != text.data() + text.size()) {
-    Refuse(part, "is neither a number, nor an interval such as 10-20 or 100-");
+    ThrowInvalid(part, "is neither a number, nor an interval such as 10-20 or 100-");
   }
   return number;
 }
@@ -56,7 +53,7 @@ Ranges::Range ParseRange(std::string_view part) {
   const std::string_view end = part.substr(dash + 1);
   const uint32_t last = end.empty() ? UINT32_MAX : ParseNumber(end, part);
   if (last < first) {
-    Refuse(part, "ends before it begins");
+    ThrowInvalid(part, "ends before it begins");
   }
   return {first, last};
 }
@@ -80,7 +77,7 @@ bool MatchesSomeCall(const std::string& glob) {
   return found;
 }
 
-// The name under which a record is listed; empty when the decoder knows none.
+// The name that listings give a record; empty when the decoder does not know it.
 std::string RecordName(uint32_t type, uint32_t subtype) {
   const char* name = Data::MetadataRecordName(type, subtype);
   return name != nullptr ? std::string("meta.") + name : std::string();
@@ -99,22 +96,6 @@ bool MatchesSomeRecord(const std::string& glob) {
     }
   }
   return false;
-}
-
-// Adds the option; what `set` throws becomes a usage error. Given twice, it adds up.
-void AddListOption(CLI::App* command, const std::string& name, const std::string& description,
-                   const std::string& form, const std::function<void(const std::string&)>& set) {
-  const auto parse = [name, set](const std::string& text) {
-    try {
-      set(text);
-    } catch (const std::invalid_argument& error) {
-      throw CLI::ValidationError(name, error.what());
-    }
-  };
-  command->add_option_function<std::string>(name, parse, description)
-      ->type_name(form)
-      ->join()
-      ->group("Selection");
 }
 
 }  // namespace
@@ -153,7 +134,7 @@ void Selection::SetCalls(std::string_view globs) {
     const bool excludes = part.front() == '!';
     const std::string glob(part.substr(excludes ? 1 : 0));
     if (!MatchesSomeCall(glob) && !MatchesSomeRecord(glob)) {
-      Refuse(part, "matches no call and no metadata record");
+      ThrowInvalid(part, "matches no call and no metadata record");
     }
     (excludes ? excluded_ : included_).push_back(glob);
   });
@@ -162,14 +143,14 @@ void Selection::SetCalls(std::string_view globs) {
 
 void Selection::SetClasses(std::string_view classes) {
   ForEachPart(classes, [this](std::string_view part) {
-    const auto* const found = std::ranges::find(kClasses, part, Data::CallClassName);
-    if (found == std::end(kClasses)) {
+    const auto* const found = std::ranges::find(kCallClasses, part, Data::CallClassName);
+    if (found == std::end(kCallClasses)) {
       std::string names;
-      for (const Data::CallClass known : kClasses) {
+      for (const Data::CallClass known : kCallClasses) {
         names += names.empty() ? "" : ", ";
         names += Data::CallClassName(known);
       }
-      Refuse(part, "is no class of calls: there are " + names);
+      ThrowInvalid(part, "is no class of calls: there are " + names);
     }
     classes_.push_back(*found);
   });
@@ -180,7 +161,7 @@ bool Selection::SelectsMetadata(uint32_t type, uint32_t subtype) const {
   if (SelectsAllCalls()) {
     return true;
   }
-  // Records belong to no class.
+  // Records have no class.
   const std::string name = RecordName(type, subtype);
   return classes_.empty() && (name.empty() ? included_.empty() : NameIsSelected(name.c_str()));
 }
@@ -208,22 +189,4 @@ void Selection::FindSelectedCalls() {
   });
 }
 
-void AddSelectionOptions(CLI::App* command, Selection* selection) {
-  AddListOption(command, "--frames", "ordinals of frames, from 1; 0 for set-up calls",
-                "10-20,35,100-",
-                [selection](const std::string& text) { selection->frames = Ranges(text); });
-  AddListOption(command, "--threads", "recorded thread ids", "1,4101",
-                [selection](const std::string& text) { selection->threads = Ranges(text); });
-  AddListOption(command, "--calls", "calls and metadata records by name, all but those with a !",
-                "'glDraw*,!glGet*'",
-                [selection](const std::string& text) { selection->SetCalls(text); });
-  std::string choices;
-  std::string names;
-  for (const Data::CallClass known : kClasses) {
-    const std::string gap = choices.empty() ? "" : ",";
-    choices += gap + Data::CallClassName(known);
-    names += gap + " " + Data::CallClassName(known);
-  }
-  AddListOption(command, "--class", "classes of calls:" + names, "draw,upload:{" + choices + "}",
-                [selection](const std::string& text) { selection->SetClasses(text); });
-}
+}  // namespace Inspect

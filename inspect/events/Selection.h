@@ -1,6 +1,6 @@
-// The selection language: which part of a capture a command works on. docs/selection.md defines it.
-#ifndef DCAP_SELECTION_H
-#define DCAP_SELECTION_H
+// The selection language, which names part of a capture. docs/selection.md defines it.
+#ifndef DCAP_INSPECT_SELECTION_H
+#define DCAP_INSPECT_SELECTION_H
 
 #include <bitset>
 #include <cstdint>
@@ -12,9 +12,7 @@
 #include "Data/ApiCallType.h"
 #include "Data/Calls/CallTable.h"
 
-namespace CLI {
-class App;
-}
+namespace Inspect {
 
 /// A set of 32-bit numbers, kept as sorted, disjoint intervals that do not touch.
 class Ranges {
@@ -31,8 +29,7 @@ class Ranges {
 
   [[nodiscard]] bool IsAll() const { return ranges_.size() == 1 && Last() - First() == UINT32_MAX; }
   [[nodiscard]] bool Contains(uint32_t number) const;
-  /// The first interval that ends at `number` or later, the one to go on with from there; null
-  /// when there is none.
+  /// The first interval that ends at `number` or later; null when there is none. Borrowed.
   [[nodiscard]] const Range* Next(uint32_t number) const;
   [[nodiscard]] uint32_t First() const { return ranges_.front().first; }
   [[nodiscard]] uint32_t Last() const { return ranges_.back().last; }
@@ -43,8 +40,8 @@ class Ranges {
   std::vector<Range> ranges_ = {{0, UINT32_MAX}};
 };
 
-/// What is selected of a capture: everything, until it is narrowed. The questions are cheap enough
-/// to be asked before each call is decoded.
+/// Selects part of a capture: everything, until it is narrowed. The questions are cheap enough to
+/// be asked before each call is decoded.
 class Selection {
  public:
   Selection() { calls_.set(); }
@@ -53,24 +50,24 @@ class Selection {
   /// Frames by their ordinal in the file, counted from 1; 0 stands for the set-up blocks before the
   /// first frame.
   Ranges frames;
-  /// Recorded thread ids. What a capture without thread ids holds counts as thread 0.
+  /// Recorded thread ids. In a capture without thread ids, everything counts as thread 0.
   Ranges threads;
 
-  /// Narrows to the calls, and `meta.` records, that comma-separated globs name: "glDraw*,!glGet*".
-  /// Throws std::invalid_argument, whose text quotes the part at fault.
+  /// Narrows to the calls and `meta.` records that a list of globs names: "glDraw*,!glGet*". Throws
+  /// std::invalid_argument, whose text quotes the part at fault.
   void SetCalls(std::string_view globs);
-  /// Narrows to calls of comma-separated classes: "draw,upload". Throws as `SetCalls`.
+  /// Narrows to the calls of a list of classes: "draw,upload". Throws as `SetCalls`.
   void SetClasses(std::string_view classes);
 
   [[nodiscard]] bool SelectsFrame(uint32_t ordinal) const { return frames.Contains(ordinal); }
   [[nodiscard]] bool SelectsThread(uint32_t threadId) const { return threads.Contains(threadId); }
-  /// Identifiers that no call bears are selected unless calls or classes are named.
+  /// An identifier that no call has is selected unless calls or classes are named.
   [[nodiscard]] bool SelectsCall(Data::ApiCallType id) const {
     return calls_[static_cast<uint16_t>(id)];
   }
   /// Types and subtypes as in a `Data::MetadataDesc`.
   [[nodiscard]] bool SelectsMetadata(uint32_t type, uint32_t subtype) const;
-  /// Every call and record of the selected frames and threads.
+  /// True when every call and record of the selected frames and threads is selected.
   [[nodiscard]] bool SelectsAllCalls() const;
 
   /// No frame after this ordinal is selected: a walk may end there.
@@ -80,15 +77,13 @@ class Selection {
   [[nodiscard]] bool NameIsSelected(const char* name) const;
   void FindSelectedCalls();
 
-  // As named on the command line; empty for no restriction.
+  // As given; empty for no restriction.
   std::vector<std::string> included_;
   std::vector<std::string> excluded_;
   std::vector<Data::CallClass> classes_;
   std::bitset<size_t{1} << 16> calls_;  // by identifier
 };
 
-/// Adds the options --frames, --threads, --calls and --class to a command. They narrow `selection`,
-/// which must outlive the parsing; mistakes are usage errors.
-void AddSelectionOptions(CLI::App* command, Selection* selection);
+}  // namespace Inspect
 
-#endif  // DCAP_SELECTION_H
+#endif  // DCAP_INSPECT_SELECTION_H

@@ -5,9 +5,11 @@
 #include <cstdio>
 #include <memory>
 
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
-#include "inspect/listing/Printer.h"
-#include "output/Output.h"
+#include "inspect/listing/OutputError.h"
+
+namespace Inspect {
 
 namespace {
 
@@ -42,8 +44,9 @@ bool FileHolds(const std::string& path, std::span<const uint8_t> bytes) {
 
 }  // namespace
 
-BlobWriter::BlobWriter(EventHandler* next, std::filesystem::path folder)
-    : next_(next), folder_(std::move(folder)) {
+BlobWriter::BlobWriter(EventHandler* next, std::filesystem::path folder,
+                       std::function<void(const std::string& path)> onClash)
+    : next_(next), folder_(std::move(folder)), onClash_(std::move(onClash)) {
   std::error_code error;
   std::filesystem::create_directories(folder_, error);
   if (error) {
@@ -100,7 +103,8 @@ void BlobWriter::Keep(std::span<const uint8_t> bytes) {
   if (kept_.insert(uint64_t{bytes.size()} << 32 | crc).second) {
     WriteFile(path, bytes);
   } else if (!FileHolds(path, bytes)) {
-    std::fprintf(stderr, "dcap: warning: %s: other data has the same size and CRC; not written\n",
-                 path.c_str());
+    onClash_(path);
   }
 }
+
+}  // namespace Inspect

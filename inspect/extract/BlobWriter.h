@@ -1,18 +1,25 @@
-// Byte data, which listings show as a checksum, as files.
-#ifndef DCAP_BLOBWRITER_H
-#define DCAP_BLOBWRITER_H
+// Writes byte data, which listings show as a checksum, to files.
+#ifndef DCAP_INSPECT_BLOBWRITER_H
+#define DCAP_INSPECT_BLOBWRITER_H
 
 #include <filesystem>
+#include <functional>
+#include <span>
+#include <string>
 #include <unordered_set>
 
 #include "inspect/events/Events.h"
 
-/// Passes events on, having written the byte data of each into a folder: as CRC32-BYTES.bin, every
-/// content once. What cannot be written is thrown as an `OutputError`.
+namespace Inspect {
+
+/// Writes the byte data of each event into a folder, as CRC32-BYTES.bin, every content once, and
+/// passes the event on. Throws `OutputError` when a file cannot be written.
 class BlobWriter final : public EventHandler {
  public:
-  /// Makes the folder if need be. Borrows `next`.
-  BlobWriter(EventHandler* next, std::filesystem::path folder);
+  /// Makes the folder if need be. Borrows `next`. `onClash` is called with the path of a file that
+  /// already holds other data of the same size and checksum; that file stays as it is.
+  BlobWriter(EventHandler* next, std::filesystem::path folder,
+             std::function<void(const std::string& path)> onClash);
 
   void FileStart(const Data::FileHeader& header) override { next_->FileStart(header); }
   void Block(const EventContext& context, const Data::BlockHeader& header) override {
@@ -31,7 +38,10 @@ class BlobWriter final : public EventHandler {
 
   EventHandler* next_;
   std::filesystem::path folder_;
-  std::unordered_set<uint64_t> kept_;  // size and checksum of what is written
+  std::function<void(const std::string& path)> onClash_;
+  std::unordered_set<uint64_t> kept_;  // sizes and checksums of the files
 };
 
-#endif  // DCAP_BLOBWRITER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_BLOBWRITER_H

@@ -1,5 +1,7 @@
 #include "inspect/listing/CallLines.h"
 
+namespace Inspect {
+
 namespace {
 
 CallLine::Form FormOf(const Data::TypeDesc& type, bool numeric) {
@@ -54,3 +56,5 @@ void NamedValues::Find(Data::Api api, const Data::TypeDesc& type, uint32_t value
   entry->size = entry->text.size();
   entry->text.append(PaddedText::kPadding, '\0');
 }
+
+}  // namespace Inspect

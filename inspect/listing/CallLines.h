@@ -1,7 +1,6 @@
-// The lines of calls: what is the same in all lines of a call is put together once, and the texts
-// of values that have names are kept.
-#ifndef DCAP_CALLLINES_H
-#define DCAP_CALLLINES_H
+// The lines of calls, put together from texts that are made once for each call and each value.
+#ifndef DCAP_INSPECT_CALLLINES_H
+#define DCAP_INSPECT_CALLLINES_H
 
 #include <charconv>
 #include <cstddef>
@@ -18,7 +17,9 @@
 
 #include "inspect/listing/TextBuffer.h"
 
-/// Whether values of a type may be shown as anything but decimal numbers.
+namespace Inspect {
+
+/// True when values of a type may be shown as anything but decimal numbers.
 inline bool HasNames(const Data::TypeDesc& type) {
   return type.format != Data::ValueFormat::kNumber && type.format != Data::ValueFormat::kObject;
 }
@@ -26,7 +27,7 @@ inline bool HasNames(const Data::TypeDesc& type) {
 /// The line of a call without its values: "glBindBuffer(target=", ", buffer=", ")\n".
 class CallLine {
  public:
-  /// What writing a value takes.
+  /// The way in which a value is written.
   enum class Form : uint8_t { kUnsigned, kSigned, kFloat, kUint64, kNamed, kOther };
 
   struct Part {
@@ -35,7 +36,7 @@ class CallLine {
     const Data::TypeDesc* type = nullptr;  ///< of the value; null at the end of the line
   };
 
-  /// `texts` are those before the values of the call, and the one behind the last of them. With
+  /// `texts` are the texts before each value of the call and the one after the last. With
   /// `numeric`, no value is `kNamed`.
   CallLine(const Data::CallDesc& call, std::span<const std::string> texts, bool numeric);
 
@@ -52,10 +53,10 @@ class CallLine {
   size_t room_;
 };
 
-/// The lines of calls met so far.
+/// The `CallLine` of each call, made when it is first asked for.
 class CallLines {
  public:
-  /// Gives the texts of a `CallLine`.
+  /// Gives the texts that a `CallLine` is made of.
   using Texts = std::function<std::vector<std::string>(const Data::CallDesc&)>;
 
   CallLines(Texts texts, bool numeric) : texts_(std::move(texts)), numeric_(numeric) {}
@@ -69,7 +70,7 @@ class CallLines {
   }
 
  private:
-  static constexpr size_t kFirstId = 0x8000;  // of all calls
+  static constexpr size_t kFirstId = 0x8000;  // the lowest identifier of a call
 
   void Add(size_t index, const Data::CallDesc& call);
 
@@ -78,11 +79,11 @@ class CallLines {
   std::vector<std::unique_ptr<CallLine>> lines_;  // by identifier
 };
 
-/// The texts of 32-bit values that may have names: enumerants, bits, booleans. Those met lately are
-/// kept, which saves most searches of the tables.
+/// The texts of 32-bit values that may have names: enumerants, bits, booleans. Keeps recent ones,
+/// which saves most searches of the tables.
 class NamedValues {
  public:
-  /// Gives the text of a value. One of a signed type comes as the unsigned one with the same bits.
+  /// Gives the text of a value. A signed value comes as the unsigned one with the same bits.
   using TextOf = std::string (*)(Data::Api, const Data::TypeDesc&, uint32_t value);
 
   explicit NamedValues(TextOf textOf) : textOf_(textOf) {}
@@ -114,16 +115,16 @@ class NamedValues {
   std::vector<Entry> entries_ = std::vector<Entry>(size_t{1} << kIndexBits);
 };
 
-/// Writes the line of a call behind `startRoom` bytes, in which `start(out)` writes what comes
-/// first and returns its end. `floatTo(out, value)` does so within `CallLine::kValueRoom`;
-/// `other(type, value)` writes any other value to the buffer itself.
+/// Writes the line of a call. `start(out)` writes its beginning, of up to `startRoom` bytes, and
+/// returns the end; `floatTo(out, value)` does the same for a float, within `CallLine::kValueRoom`;
+/// `other(type, value)` writes to the buffer any value that has no simpler form.
 template <typename Start, typename FloatTo, typename Other>
 void WriteLine(TextBuffer* buffer, size_t startRoom, Start start, const CallLine& line,
                Data::Api api, std::span<const Data::CallValue> values, NamedValues* named,
                FloatTo floatTo, Other other) {
   using Form = CallLine::Form;
-  // Most lines are written from end to end without a look at the buffer, which costs as much as
-  // a short value.
+  // Most lines are written from end to end without asking the buffer for room again: to ask costs
+  // as much as a short value.
   char* out = start(buffer->Room(startRoom + line.Room()));
   const auto number = [&out](auto value) {
     out = std::to_chars(out, out + TextBuffer::kNumberRoom, value).ptr;
@@ -164,4 +165,6 @@ void WriteLine(TextBuffer* buffer, size_t startRoom, Start start, const CallLine
   buffer->Commit(part->before.CopyTo(out));
 }
 
-#endif  // DCAP_CALLLINES_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_CALLLINES_H

@@ -3,7 +3,10 @@
 
 #include <bit>
 
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
+
+namespace Inspect {
 
 void CanonicalPrinter::FileStart(const Data::FileHeader& header) {
   out_.Text("file ");
@@ -199,9 +202,7 @@ void CanonicalPrinter::Field(const MetaField& field) {
         if (i != 0) {
           out_.Char(' ');
         }
-        uint32_t number = 0;
-        std::memcpy(&number, &field.bytes[i], sizeof(number));
-        out_.Number(number);
+        out_.Number(Load<uint32_t>(&field.bytes[i]));
       }
       return out_.Char('}');
     default:
@@ -220,6 +221,8 @@ void CanonicalPrinter::Bytes(std::span<const uint8_t> bytes) {
 
 void CanonicalPrinter::Checksum(std::span<const uint8_t> bytes, bool claimed) {
   out_.Char('#');
-  // What is not there is zero, and may be much.
+  // Claimed bytes are zero. There may be too many of them to have them in memory.
   out_.Hex(claimed ? Crc32OfZeros(bytes.size()) : Crc32(bytes), 8);
 }
+
+}  // namespace Inspect

@@ -1,8 +1,10 @@
 // The canonical form of a capture, one line an event; docs/canonical.md defines it.
-#ifndef DCAP_CANONICALPRINTER_H
-#define DCAP_CANONICALPRINTER_H
+#ifndef DCAP_INSPECT_CANONICALPRINTER_H
+#define DCAP_INSPECT_CANONICALPRINTER_H
 
 #include "inspect/listing/Printer.h"
+
+namespace Inspect {
 
 class CanonicalPrinter final : public Printer {
  public:
@@ -26,4 +28,6 @@ class CanonicalPrinter final : public Printer {
   void Checksum(std::span<const uint8_t> bytes, bool claimed = false);
 };
 
-#endif  // DCAP_CANONICALPRINTER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_CANONICALPRINTER_H

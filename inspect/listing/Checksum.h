@@ -1,6 +1,6 @@
-// The checksum under which byte data is listed.
-#ifndef DCAP_CHECKSUM_H
-#define DCAP_CHECKSUM_H
+// The checksum that listings show of byte data.
+#ifndef DCAP_INSPECT_CHECKSUM_H
+#define DCAP_INSPECT_CHECKSUM_H
 
 #include <algorithm>
 #include <cstdint>
@@ -8,12 +8,14 @@
 
 #include <libdeflate.h>
 
+namespace Inspect {
+
 /// CRC-32 as gzip and zlib compute it.
 inline uint32_t Crc32(std::span<const uint8_t> bytes) {
   return libdeflate_crc32(0, bytes.data(), bytes.size());
 }
 
-/// The same of `count` bytes that are zero.
+/// The CRC-32 of `count` zero bytes.
 inline uint32_t Crc32OfZeros(uint64_t count) {
   static constexpr uint8_t kZeros[16384] = {};
   uint32_t crc = 0;
@@ -24,4 +26,6 @@ inline uint32_t Crc32OfZeros(uint64_t count) {
   return crc;
 }
 
-#endif  // DCAP_CHECKSUM_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_CHECKSUM_H

@@ -7,14 +7,17 @@
 
 #include <rapidjson/memorystream.h>
 
+#include "inspect/events/CompressionName.h"
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
-#include "inspect/walk/Capture.h"
+
+namespace Inspect {
 
 namespace {
 
 std::string_view ApiName(Data::Api api) { return api == Data::Api::kEGL ? "EGL" : "GLES"; }
 
-// Where the validator of encodings writes to.
+// Drops the output of the validator of encodings.
 struct Nowhere {
   void Put(char /*c*/) {}
 };
@@ -34,14 +37,14 @@ void AppendHex(std::string* text, uint64_t value) {
   text->append(digits, std::to_chars(digits, std::end(digits), value, 16).ptr);
 }
 
-// The text of a 32-bit value that may have a name, several of them, or be true or false.
+// The JSON of a 32-bit value that may have a name, several names, or be true or false.
 std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   const auto asSigned = static_cast<int32_t>(value);
   if (type.element == Data::ValueType::kInt32 && asSigned < 0) return std::to_string(asSigned);
   std::string names;
   switch (type.format) {
     case Data::ValueFormat::kEnum:
-      if (const char* name = EnumName(api, type, value)) names = name;
+      if (const char* name = NameIfEnum(api, type, value)) names = name;
       break;
     case Data::ValueFormat::kBoolean:
       if (value <= 1) return value == 1 ? "true" : "false";
@@ -63,7 +66,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   return names.empty() ? std::to_string(value) : '"' + names + '"';
 }
 
-// What stands between the values of a call, from behind the index on.
+// The texts between the values of a call, from the index on.
 std::vector<std::string> TextsOf(const Data::CallDesc& call) {
   std::vector<std::string> texts(1);
   texts[0].append(R"(,"api":")").append(ApiName(call.api));
@@ -103,7 +106,7 @@ char* FloatTo(char* out, float value) {
     return std::ranges::copy(text, out).out;
   }
   char* end = TextBuffer::FloatTo(out, value);
-  // Never looks like an integer: readers would take it for one, and lose the sign of -0.
+  // It must not look like an integer: readers would take it for one, and lose the sign of -0.
   const auto isDigit = [](char c) { return c == '-' || (c >= '0' && c <= '9'); };
   if (std::all_of(out, end, isDigit)) {
     *end++ = '.';
@@ -112,7 +115,7 @@ char* FloatTo(char* out, float value) {
   return end;
 }
 
-// More than what stands in a line up to behind the index takes.
+// More bytes than the beginning of a line takes.
 constexpr size_t kLineStartRoom = 256;
 
 std::string_view View(std::span<const uint8_t> bytes) {
@@ -241,7 +244,7 @@ void JsonLinesPrinter::Line(LineStart* start, const EventContext& context, CallL
   };
   WriteLine(&out_, kLineStartRoom, startTo, lines->Of(call), call.api, values, &named_, FloatTo,
             [&](const Data::TypeDesc& type, const Data::CallValue& value) {
-              writer_.Reset(stream_);  // a value by itself: what is around it is there already
+              writer_.Reset(stream_);  // a value by itself, as the texts around it are written
               Value(call.api, type, value);
             });
 }
@@ -381,7 +384,7 @@ void JsonLinesPrinter::StringEntry(const Data::PointerData& pointer, uint32_t in
   }
 }
 
-// JSON text is Unicode. Other bytes are told as the characters of the same numbers.
+// JSON text is Unicode. In bytes that are no UTF-8, each stands for the character of its number.
 void JsonLinesPrinter::String(std::string_view bytes) {
   const auto write = [this](std::string_view text) {
     writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
@@ -477,3 +480,5 @@ void JsonLinesPrinter::Field(const MetaField& field) {
       break;
   }
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // JSON Lines, one object an event; docs/jsonl.md defines them.
-#ifndef DCAP_JSONLINESPRINTER_H
-#define DCAP_JSONLINESPRINTER_H
+#ifndef DCAP_INSPECT_JSONLINESPRINTER_H
+#define DCAP_INSPECT_JSONLINESPRINTER_H
 
 #include <charconv>
 #include <string>
@@ -12,9 +12,11 @@
 #include "inspect/listing/Printer.h"
 #include "inspect/listing/RepeatedCalls.h"
 
+namespace Inspect {
+
 class JsonLinesPrinter final : public Printer {
  public:
-  /// Values that have names are written as numbers when `numeric`.
+  /// With `numeric`, values that have names are written as numbers.
   JsonLinesPrinter(TextSink* sink, bool numeric);
 
   void FileStart(const Data::FileHeader& header) override;
@@ -28,11 +30,11 @@ class JsonLinesPrinter final : public Printer {
   void Metadata(const EventContext& context, const MetaRecord& record) override;
 
  private:
-  // RapidJSON's writer, with a faster way for what needs no escapes.
+  // RapidJSON's writer, with faster ways for text that needs no escapes and for numbers.
   class Writer : public rapidjson::Writer<JsonStream> {
    public:
     explicit Writer(JsonStream* stream) : rapidjson::Writer<JsonStream>(*stream) {}
-    // A key, or a string.
+    // A key or a string without escapes.
     void Name(std::string_view text) {
       Prefix(rapidjson::kStringType);
       os_->out->Char('"');
@@ -44,14 +46,14 @@ class JsonLinesPrinter final : public Printer {
       Prefix(rapidjson::kNumberType);
       os_->out->Number(value);
     }
-    // A value as it stands in the text.
+    // A value whose JSON is given.
     void Raw(std::string_view text) {
       Prefix(rapidjson::kNumberType);
       os_->out->Text(text);
     }
   };
 
-  // What the lines of calls begin with, and the index within the frame.
+  // The beginning of the lines of calls, up to the index within the frame.
   struct LineStart {
     char* To(char* out, const EventContext& context) {
       if (frame != context.frameOrdinal || thread != context.threadId) [[unlikely]] {
@@ -105,4 +107,6 @@ class JsonLinesPrinter final : public Printer {
   RepeatedCalls repeated_;
 };
 
-#endif  // DCAP_JSONLINESPRINTER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_JSONLINESPRINTER_H

@@ -1,8 +1,10 @@
 // Lets RapidJSON's writers write into a text buffer.
-#ifndef DCAP_JSONSTREAM_H
-#define DCAP_JSONSTREAM_H
+#ifndef DCAP_INSPECT_JSONSTREAM_H
+#define DCAP_INSPECT_JSONSTREAM_H
 
 #include "inspect/listing/TextBuffer.h"
+
+namespace Inspect {
 
 struct JsonStream {
   using Ch = char;
@@ -11,4 +13,6 @@ struct JsonStream {
   TextBuffer* out;
 };
 
-#endif  // DCAP_JSONSTREAM_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_JSONSTREAM_H

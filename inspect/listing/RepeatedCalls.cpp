@@ -2,13 +2,15 @@
 
 #include <algorithm>
 
-#include "inspect/listing/Printer.h"
-#include "output/ToolLog.h"
+#include "inspect/events/PointerFacts.h"
+#include "inspect/listing/LogLines.h"
+
+namespace Inspect {
 
 namespace {
 
-// Loads have a fixed size, and may overlap: of a copy of the payload they would have to wait for
-// the narrower stores that made it.
+// Loads the payload itself, in words that may overlap: loads from a copy would wait for the
+// narrower stores that made it.
 uint64_t HashOf(Data::ApiCallType id, const unsigned char* bytes, size_t size) {
   auto hash = static_cast<uint64_t>(id);
   const auto add = [&hash](uint64_t word) {
@@ -41,7 +43,7 @@ PaddedText RepeatedCalls::Search(Data::ApiCallType id, std::span<const unsigned 
       return {entry.text.data(), entry.size};
     }
     missed_ = &entry;
-    logLines_ = LogLinesOfThisThread();
+    logLines_ = logLinesOfThisThread;
     lines_ = 0;
   } else {
     std::ranges::copy(payload, entry.payload.begin());
@@ -57,9 +59,11 @@ PaddedText RepeatedCalls::Search(Data::ApiCallType id, std::span<const unsigned 
 }
 
 void RepeatedCalls::Keep(const TextBuffer& buffer) {
-  if (lines_ != 1 || LogLinesOfThisThread() != logLines_) return;
+  if (lines_ != 1 || logLinesOfThisThread != logLines_) return;
   const std::string_view text = buffer.TextSince(position_);
   if (text.size() > kMaxText) return;
   missed_->text.assign(text).append(PaddedText::kPadding, '\0');
   missed_->size = text.size();
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // The lines of calls that are made again and again.
-#ifndef DCAP_REPEATEDCALLS_H
-#define DCAP_REPEATEDCALLS_H
+#ifndef DCAP_INSPECT_REPEATEDCALLS_H
+#define DCAP_INSPECT_REPEATEDCALLS_H
 
 #include <array>
 #include <cstddef>
@@ -14,13 +14,15 @@
 
 #include "inspect/listing/TextBuffer.h"
 
-/// Keeps the lines of calls with small payloads, but for what they begin with. Applications make
-/// most of their calls over and over, frame after frame, and a line depends on the payload alone:
-/// that of a payload met before need not be decoded and formatted once more.
+namespace Inspect {
+
+/// Keeps the lines of calls with small payloads, without their beginnings. Applications make most
+/// of their calls over and over, frame after frame, and a line depends on the payload alone: a
+/// payload that was met before need not be decoded and formatted again.
 class RepeatedCalls {
  public:
-  /// Writes the line of that call behind `startRoom` bytes, in which `start(out)` writes what comes
-  /// first and returns its end. False when the line is not kept.
+  /// Writes the line of a call if it is kept, else returns false. `start(out)` writes the
+  /// beginning, of up to `startRoom` bytes, and returns its end.
   template <typename Start>
   bool Write(TextBuffer* buffer, size_t startRoom, Start start, Data::ApiCallType id,
              std::span<const unsigned char> payload) {
@@ -31,8 +33,8 @@ class RepeatedCalls {
     return true;
   }
 
-  /// What was not kept is written now: to be told where each of its lines goes on behind its start,
-  /// and then of the end of the last.
+  /// On a miss the caller writes the line itself and reports where its cacheable part begins, and
+  /// then its end.
   void BeginLine(uint64_t position) {
     ++lines_;
     position_ = position;
@@ -47,8 +49,8 @@ class RepeatedCalls {
   static constexpr int kIndexBits = 11;
   static constexpr size_t kMaxPayload = 48;
   static constexpr size_t kMaxText = 512;
-  // A line that is found saves four times what it costs to look in vain. Where that does not pay,
-  // nothing is looked for during so many calls.
+  // A hit saves four times the cost of a miss; after too many misses, lookups pause for `kPause`
+  // calls.
   static constexpr int kGain = 4;
   static constexpr int kMaxCredit = 512;
   static constexpr int kPause = 8192;
@@ -61,7 +63,7 @@ class RepeatedCalls {
     std::string text;  // and padding; empty until the payload comes for the second time
   };
 
-  // The line from its start on; `text` is null when it is not kept.
+  // The line without its beginning; `text` is null when it is not kept.
   PaddedText Find(Data::ApiCallType id, std::span<const unsigned char> payload) {
     missed_ = nullptr;
     if (pause_ != 0) {
@@ -76,10 +78,12 @@ class RepeatedCalls {
   std::vector<Entry> entries_ = std::vector<Entry>(size_t{1} << kIndexBits);
   int credit_ = kMaxCredit;
   int pause_ = 0;
-  Entry* missed_ = nullptr;  // that what is written now may go to
-  uint64_t logLines_ = 0;    // before it
-  int lines_ = 0;            // of it so far
+  Entry* missed_ = nullptr;  // may keep the line that is written now
+  uint64_t logLines_ = 0;    // logged before that line
+  int lines_ = 0;            // written since the miss
   uint64_t position_ = 0;
 };
 
-#endif  // DCAP_REPEATEDCALLS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_REPEATEDCALLS_H

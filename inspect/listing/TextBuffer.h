@@ -1,6 +1,6 @@
-// The buffer that the printers write into: text goes to a sink in large pieces.
-#ifndef DCAP_TEXTBUFFER_H
-#define DCAP_TEXTBUFFER_H
+// A buffer for text that goes to a sink in large pieces.
+#ifndef DCAP_INSPECT_TEXTBUFFER_H
+#define DCAP_INSPECT_TEXTBUFFER_H
 
 #include <bit>
 #include <charconv>
@@ -10,26 +10,18 @@
 #include <memory>
 #include <string_view>
 
-/// Receives text. A piece may end anywhere in a line.
-class TextSink {
- public:
-  virtual ~TextSink() = default;
-  virtual void Write(std::string_view text) = 0;
-  /// The same for the text at the start of a buffer of `TextBuffer::kSize` bytes. The sink may keep
-  /// the buffer and leave another one.
-  virtual void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) {
-    Write({buffer->get(), size});
-  }
-};
+#include "inspect/listing/TextSink.h"
 
-/// A text, mostly a short one, behind which `kPadding` more bytes can be read.
+namespace Inspect {
+
+/// A text, usually short, after which `kPadding` more bytes can be read. Borrowed.
 struct PaddedText {
   static constexpr size_t kPadding = 32;
   const char* text;
   size_t size;
 
   /// Copies the text to `out`, where `kPadding` bytes more than its size fit, and returns its end.
-  /// Moves of a fixed size are quicker than one that has to find out how.
+  /// It moves pieces of a fixed size, which is quicker than a copy of any size.
   char* CopyTo(char* out) const {
     std::memcpy(out, text, kPadding);
     for (size_t done = kPadding; done < size; done += kPadding) {
@@ -39,8 +31,9 @@ struct PaddedText {
   }
 };
 
-/// Collects text for a sink, which it borrows. Its size does not depend on how much is written, nor
-/// on the length of a line. What is still in it when it goes is lost: flush it.
+/// Collects text for a sink, which it borrows. Call `Flush` before destroying it: the destructor
+/// drops buffered text. The size of the buffer is fixed; neither the text nor its lines are
+/// limited.
 class TextBuffer {
  public:
   explicit TextBuffer(TextSink* sink) : sink_(sink) {}
@@ -75,42 +68,44 @@ class TextBuffer {
     end_ += static_cast<size_t>(width);
   }
 
-  /// Hands on what is still here.
+  /// Hands buffered text to the sink.
   void Flush() {
     sink_->WriteFrom(&begin_, end_);
     flushed_ += end_;
     end_ = 0;
   }
 
-  // For lines that are put together with a pointer of their own:
+  // For code that writes by a pointer of its own:
 
-  static constexpr size_t kSize = size_t{64} << 10;
-  static constexpr size_t kNumberRoom = 32;  ///< more than any number takes
+  static constexpr size_t kSize = TextSink::kBufferSize;
+  static constexpr size_t kNumberRoom = 32;  ///< more bytes than any number takes
 
-  /// Room for `count` bytes, `kSize` at most, at the end of the text; valid until the next use.
+  /// Returns room for `count` bytes, `kSize` at most, at the end of the text. Valid until the next
+  /// operation.
   char* Room(size_t count) {
     if (kSize - end_ < count) [[unlikely]] {
       Flush();
     }
     return begin_.get() + end_;
   }
-  /// What was written there up to `end` is text now.
+  /// Makes the bytes in that room up to `end` part of the text.
   void Commit(const char* end) { end_ = static_cast<size_t>(end - begin_.get()); }
 
-  /// How much text there is before `out`, which lies in that room.
+  /// Bytes of text before `out`, which lies in that room.
   [[nodiscard]] uint64_t PositionOf(const char* out) const {
     return flushed_ + static_cast<size_t>(out - begin_.get());
   }
-  /// The text from there on; empty when it is not all here any more.
+  /// The text from that position on; empty when part of it has been flushed.
   [[nodiscard]] std::string_view TextSince(uint64_t position) const {
     if (position < flushed_) return {};
     const size_t begin = position - flushed_;
     return {begin_.get() + begin, end_ - begin};
   }
 
-  /// As `Float`, to `out`, where `kNumberRoom` bytes fit. Returns the end.
+  /// Writes the same as `Float` to `out`, where `kNumberRoom` bytes fit. Returns the end.
   static char* FloatTo(char* out, float value) {
-    // Most floats of a capture are small whole numbers, which take a fraction of the time as such.
+    // Most floats of a capture are small whole numbers, which are much quicker to write as
+    // integers.
     constexpr auto kScientific = std::bit_cast<uint32_t>(1e5F);  // from here on "1e+05" is shorter
     if (std::bit_cast<uint32_t>(value) < kScientific) {          // negative zero is not
       const auto whole = static_cast<uint32_t>(value);
@@ -128,4 +123,6 @@ class TextBuffer {
   uint64_t flushed_ = 0;  // bytes before begin_
 };
 
-#endif  // DCAP_TEXTBUFFER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_TEXTBUFFER_H

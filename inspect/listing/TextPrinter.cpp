@@ -5,14 +5,17 @@
 #include <charconv>
 #include <iterator>
 
+#include "inspect/events/PointerFacts.h"
 #include "inspect/listing/Checksum.h"
+
+namespace Inspect {
 
 namespace {
 
-// Elements of an array that are listed; of the others only the number.
+// The most elements of an array that are listed. The number of the others follows.
 constexpr uint32_t kListedElements = 16;
 
-// More than a thread and the sequences of a terminal around it take.
+// More bytes than a thread and the escape sequences around it take.
 constexpr size_t kLineStartRoom = 2 * PaddedText::kPadding;
 
 constexpr uint64_t kNoThread = UINT64_MAX - 1;
@@ -66,7 +69,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
     case Data::ValueFormat::kBits:
       return BitsOf(type, value);
     case Data::ValueFormat::kEnum:
-      if (const char* name = EnumName(api, type, value)) return name;
+      if (const char* name = NameIfEnum(api, type, value)) return name;
       break;
     case Data::ValueFormat::kHex:
       break;
@@ -76,7 +79,7 @@ std::string TextOf(Data::Api api, const Data::TypeDesc& type, uint32_t value) {
   return IsPlainNumber(type, value) ? Digits(value) : HexOf(value);
 }
 
-// What stands between the values: "glBindBuffer(target=", ", buffer=", ")\n".
+// The texts between the values: "glBindBuffer(target=", ", buffer=", ")\n".
 std::vector<std::string> TextsOf(const Data::CallDesc& call, bool coloured) {
   std::vector<std::string> texts(1);
   texts[0].append(coloured ? kBold : "").append(call.name).append(coloured ? kPlain : "") += '(';
@@ -410,3 +413,5 @@ void TextPrinter::Field(const MetaField& field) {
       return out_.Char(']');
   }
 }
+
+}  // namespace Inspect

@@ -1,15 +1,17 @@
-// The form for people: one line an event, values as a person wants to see them.
-#ifndef DCAP_TEXTPRINTER_H
-#define DCAP_TEXTPRINTER_H
+// The text form, for people: one line an event, values by their names.
+#ifndef DCAP_INSPECT_TEXTPRINTER_H
+#define DCAP_INSPECT_TEXTPRINTER_H
 
 #include "inspect/listing/CallLines.h"
 #include "inspect/listing/Printer.h"
 #include "inspect/listing/RepeatedCalls.h"
 
+namespace Inspect {
+
 class TextPrinter final : public Printer {
  public:
-  /// Values that have names are written as numbers when `numeric`. The escape sequences of a
-  /// terminal set names off when `coloured`.
+  /// With `numeric`, values that have names are written as numbers. With `coloured`, escape
+  /// sequences of a terminal set names off.
   TextPrinter(TextSink* sink, bool numeric, bool coloured);
 
   void FileStart(const Data::FileHeader& header) override;
@@ -55,4 +57,6 @@ class TextPrinter final : public Printer {
   uint64_t lineStartThread_ = UINT64_MAX;
 };
 
-#endif  // DCAP_TEXTPRINTER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_TEXTPRINTER_H

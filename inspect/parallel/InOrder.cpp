@@ -5,11 +5,13 @@
 #include <utility>
 #include <vector>
 
+namespace Inspect {
+
 namespace {
 
-// What may wait of the piece whose turn it is, and of all others together.
+// Bytes that the first piece may hold before it waits, and likewise all others together.
 constexpr size_t kMaxBytes = size_t{1} << 20;
-// Pieces that may be begun and not yet done with; most have few bytes or none.
+// Pieces that may be begun at a time. Most hold few bytes or none.
 constexpr size_t kMaxPieces = 64;
 
 }  // namespace
@@ -23,7 +25,7 @@ void InOrder::Run(unsigned threads, Source source) {
         workers.emplace_back([&order] { order.WorkOnPieces(); });
       }
     } catch (const std::system_error&) {
-      // Fewer do, too.
+      // Fewer threads are enough.
     }
     order.WorkOnPieces();
   }
@@ -50,7 +52,7 @@ void InOrder::WorkOnPieces() {
   }
 }
 
-// Null when there is nothing more to do.
+// Gives the next piece and its work; null when there is none.
 std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
   const std::lock_guard sourceLock(sourceMutex_);
   {
@@ -73,7 +75,7 @@ std::shared_ptr<InOrder::Piece> InOrder::NextPiece(Work* work) {
   return piece;
 }
 
-// Does what may be done now, unless another thread is at it, which does this, too.
+// Runs all due actions. If another thread is doing so, leaves them to it.
 void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
   if (actionsAreTaken_) return;
   actionsAreTaken_ = true;
@@ -103,7 +105,7 @@ void InOrder::TakeActions(std::unique_lock<std::mutex>* lock) {
   actionsAreTaken_ = false;
 }
 
-// Of few bytes it is not worth while to free the lock.
+// Below this size, releasing the lock costs more than it gains.
 bool InOrder::Piece::IsWorthTaking() const { return ended || bytes >= kMaxBytes / 2; }
 
 void InOrder::Stop(std::exception_ptr failure) {
@@ -111,31 +113,42 @@ void InOrder::Stop(std::exception_ptr failure) {
   stopped_ = true;
 }
 
+// Waits until the condition holds. False when the run was cancelled.
 template <typename Condition>
-void InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
+bool InOrder::Wait(std::unique_lock<std::mutex>* lock, Condition condition) {
   workersMayGoOn_.wait(*lock, [&] { return stopped_ || condition(); });
-  if (stopped_) throw Stopped();
+  return !stopped_;
 }
 
 void InOrder::Turn::Do(size_t bytes, Action action) {
+  if (!TryDo(bytes, std::move(action))) throw Stopped();
+}
+
+bool InOrder::Turn::TryDo(size_t bytes, Action action) {
   std::unique_lock lock(order_->mutex_);
-  // Whoever's turn it is does not wait for others, or they would wait for each other.
-  order_->Wait(&lock, [this] {
+  // The first piece never waits for later ones: that would deadlock.
+  const bool goesOn = order_->Wait(&lock, [this] {
     const size_t others = order_->bytes_ - order_->pieces_.front()->bytes;
     return order_->pieces_.front().get() == piece_ ? piece_->bytes < kMaxBytes : others < kMaxBytes;
   });
+  if (!goesOn) return false;
   piece_->actions.push_back(std::move(action));
   piece_->bytes += bytes;
   order_->bytes_ += bytes;
   order_->TakeActions(&lock);
+  return true;
 }
 
 void InOrder::Turn::Await() {
   std::unique_lock lock(order_->mutex_);
-  order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; });
+  if (!order_->Wait(&lock, [this] { return order_->pieces_.front().get() == piece_; })) {
+    throw Stopped();
+  }
 }
 
 void InOrder::Turn::IsLast() {
   const std::lock_guard lock(order_->mutex_);
   piece_->isLast = true;
 }
+
+}  // namespace Inspect

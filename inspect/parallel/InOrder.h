@@ -1,6 +1,6 @@
-// Work done on several threads at once, its results taken in order.
-#ifndef DCAP_INORDER_H
-#define DCAP_INORDER_H
+// Tasks on several threads, whose results come in order.
+#ifndef DCAP_INSPECT_INORDER_H
+#define DCAP_INSPECT_INORDER_H
 
 #include <condition_variable>
 #include <cstddef>
@@ -10,24 +10,25 @@
 #include <memory>
 #include <mutex>
 
-/// Runs pieces of work on several threads. What a piece wants done with its results is done as if
-/// the pieces had been worked on one after the other: in their order, by one thread at a time. That
-/// is whichever comes by, as waking one for it would take longer than most of it does. Little waits
-/// to be done at any time: whoever is too far ahead pauses.
+namespace Inspect {
+
+/// Runs pieces of work on several threads and delivers their results in order, one at a time. A
+/// result is an action; any free worker takes it, so that none has to be woken. Buffered results
+/// are bounded: a worker too far ahead blocks.
 class InOrder {
  public:
-  /// What a piece of work knows of the others.
+  /// The place of a piece of work among the others.
   class Turn;
 
   using Action = std::function<void()>;
   using Work = std::function<void(Turn*)>;
-  /// Gives the pieces in their order, and then an empty one. Called by one thread at a time, though
-  /// not always the same.
+  /// Gives the pieces in their order, and then an empty one. Called on different threads, but by
+  /// one at a time.
   using Source = std::function<Work()>;
 
-  /// Returns when all is done, or throws what the first piece threw that threw anything, after the
-  /// actions of all before it and its own; or what an action threw. Nothing of later pieces is done
-  /// then. No piece is still at work when it returns. The calling thread is one of the `threads`.
+  /// Runs all pieces. The calling thread is one of the `threads`. When a piece throws, takes the
+  /// actions before that and throws the same; when an action throws, throws the same. Later actions
+  /// are dropped then. No piece is at work any more when this returns or throws.
   static void Run(unsigned threads, Source source);
 
  private:
@@ -35,7 +36,7 @@ class InOrder {
     [[nodiscard]] bool IsWorthTaking() const;
 
     std::deque<Action> actions;
-    size_t bytes = 0;  // that the actions hold on to
+    size_t bytes = 0;  // held by the actions
     bool ended = false;
     bool isLast = false;
     std::exception_ptr failure;
@@ -49,32 +50,35 @@ class InOrder {
   void TakeActions(std::unique_lock<std::mutex>* lock);
   void Stop(std::exception_ptr failure);
   template <typename Condition>
-  void Wait(std::unique_lock<std::mutex>* lock, Condition condition);
+  bool Wait(std::unique_lock<std::mutex>* lock, Condition condition);
 
   Source source_;
   std::mutex sourceMutex_;
 
-  std::mutex mutex_;  // for all that follows
+  std::mutex mutex_;  // guards all members below
   std::condition_variable workersMayGoOn_;
-  std::deque<std::shared_ptr<Piece>> pieces_;  // at work or waiting to be taken, in order
+  std::deque<std::shared_ptr<Piece>> pieces_;  // at work or with actions, in order
   size_t bytes_ = 0;                           // of all of them
   bool sourceIsEmpty_ = false;
-  bool actionsAreTaken_ = false;  // by some thread at the moment
+  bool actionsAreTaken_ = false;  // some thread is in TakeActions
   bool stopped_ = false;
-  std::exception_ptr failure_;  // that stopped it
+  std::exception_ptr failure_;  // the reason why it stopped; null for the last piece
 };
 
 class InOrder::Turn {
  public:
-  /// Has `action` done after everything before it, perhaps at once. `bytes` is about what it holds
-  /// on to. May wait; throws something private, which must be let through, when
-  /// the rest of the work is not wanted any more.
+  /// Delivers a result: `action` runs after all before it, perhaps at once, perhaps on another
+  /// thread. `bytes` is about the memory that it holds. May wait. Throws an internal exception when
+  /// the run was cancelled; let it propagate.
   void Do(size_t bytes, Action action);
+
+  /// The same, but drops `action` and returns false when the run was cancelled.
+  bool TryDo(size_t bytes, Action action);
 
   /// Waits until all pieces before this one are done. Throws as `Do`.
   void Await();
 
-  /// Nothing after this piece is wanted.
+  /// Makes this piece the last: all later ones are dropped.
   void IsLast();
 
  private:
@@ -85,4 +89,6 @@ class InOrder::Turn {
   Piece* piece_;
 };
 
-#endif  // DCAP_INORDER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_INORDER_H

@@ -5,11 +5,13 @@
 #include <optional>
 #include <string_view>
 
-#include "inspect/listing/Printer.h"
+#include "inspect/events/PointerFacts.h"
+
+namespace Inspect {
 
 namespace {
 
-// Of the calls that hand over bytes; the others of their class hand over none.
+// The kind of the bytes that a call hands over; none for calls of other classes and names.
 std::optional<UploadKind> KindOfUpload(const Data::CallDesc& call) {
   const std::string_view name = call.name;
   if (call.callClass == Data::CallClass::kDraw) {
@@ -30,7 +32,7 @@ std::optional<UploadKind> KindOfUpload(const Data::CallDesc& call) {
   return name.starts_with("glProgram") ? std::optional(UploadKind::kProgram) : std::nullopt;
 }
 
-// The recorded bytes of byte data and strings; sizes and names, which calls also take, are none.
+// The recorded bytes of byte data and strings. Arrays of sizes and names do not count.
 uint64_t RecordedBytes(const Data::TypeDesc& type, const Data::PointerData& pointer) {
   switch (pointer.flags & Data::PointerKindMask) {
     case Data::PointerKindString:
@@ -152,3 +154,5 @@ void Statistics::Metadata(const EventContext& /*context*/, const MetaRecord& rec
   ++frame_.counts.records;
   ++records[record.name];
 }
+
+}  // namespace Inspect

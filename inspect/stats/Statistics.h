@@ -1,6 +1,6 @@
-// Counts what a capture holds.
-#ifndef DCAP_STATISTICS_H
-#define DCAP_STATISTICS_H
+// Counts calls, records and uploaded bytes.
+#ifndef DCAP_INSPECT_STATISTICS_H
+#define DCAP_INSPECT_STATISTICS_H
 
 #include <array>
 #include <cstdint>
@@ -9,9 +9,12 @@
 #include <string>
 #include <vector>
 
+#include "inspect/events/CallClasses.h"
 #include "inspect/events/Events.h"
 
-/// What the bytes that a call hands to the implementation are.
+namespace Inspect {
+
+/// The kinds of bytes that calls hand to the implementation.
 enum class UploadKind : uint8_t {
   kBuffer,          ///< glBufferData and its like
   kTexture,         ///< glTexImage2D and its like
@@ -22,7 +25,6 @@ enum class UploadKind : uint8_t {
   kProgram,         ///< binaries
 };
 inline constexpr size_t kUploadKinds = 7;
-inline constexpr size_t kCallClasses = 11;
 
 /// "buffer", "texture", "mapped", "clientVertices", "clientIndices", "shader", "program".
 const char* UploadKindName(UploadKind kind);
@@ -32,7 +34,7 @@ struct Counts {
   uint64_t calls = 0;
   uint64_t clientData = 0;  ///< client-data operations
   uint64_t records = 0;     ///< metadata records
-  std::array<uint64_t, kCallClasses> byClass = {};
+  std::array<uint64_t, kCallClasses.size()> byClass = {};
   std::array<uint64_t, kUploadKinds> uploaded = {};  ///< recorded bytes
 
   [[nodiscard]] uint64_t Draws() const {
@@ -51,14 +53,14 @@ struct FrameCounts {
   Counts counts;
 };
 
-/// Counts the events it is handed. Its size does not grow with the capture.
+/// Counts events. Its memory does not grow with the capture. Call `Finish` after the last event.
 class Statistics final : public EventHandler {
  public:
-  /// `onFrame` is called with every frame when it has ended.
+  /// `onFrame` is called for every frame when it has ended.
   explicit Statistics(std::function<void(const FrameCounts&)> onFrame)
       : onFrame_(std::move(onFrame)) {}
 
-  /// Ends the last frame: to be called after the last event.
+  /// Ends the last frame.
   void Finish();
 
   uint64_t frames = 0;
@@ -67,7 +69,7 @@ class Statistics final : public EventHandler {
   std::map<std::string, uint64_t> clientData;  ///< by operation
   std::map<std::string, uint64_t> records;     ///< by name
   std::map<uint32_t, uint64_t> callsByThread;  ///< empty when the capture records no threads
-  /// Calls that occur and how often, by name.
+  /// The calls that occur and their numbers, in the order of their names.
   [[nodiscard]] std::vector<std::pair<std::string, uint64_t>> CallsByName() const;
 
   void Block(const EventContext& context, const Data::BlockHeader& header) override;
@@ -96,4 +98,6 @@ class Statistics final : public EventHandler {
   uint64_t* threadCount_ = nullptr;  // of thread_
 };
 
-#endif  // DCAP_STATISTICS_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_STATISTICS_H

@@ -8,9 +8,11 @@
 
 #include "inspect/walk/Damage.h"
 
+namespace Inspect {
+
 namespace {
 
-// Payloads of larger blocks are passed over without being read.
+// In larger blocks the reader skips payloads: reading them would take longer.
 constexpr uint32_t kSmallBlock = uint32_t{64} << 10;
 
 }  // namespace
@@ -40,8 +42,8 @@ bool BlockWalk::NextBlock() {
     Fail(error);
   }
   if (reader_.BlockEnd() > reader_.Header().fileSize) {
-    throw DamageError({reader_.BlockBegin(), frames_, number_, false},
-                      "The block runs past the end of the file.");
+    throw DamageError({{reader_.BlockBegin(), frames_, number_, false},
+                       "The block runs past the end of the file."});
   }
   if (reader_.Block().type == Data::kBlockFrame) {
     ++frames_;
@@ -68,7 +70,7 @@ uint32_t BlockWalk::InflatedSize(const Data::StoredSubBlock& subBlock) const {
 }
 
 void BlockWalk::Fail(const Core::BasicException& error) const {
-  throw DamageError({reader_.Position(), frames_, number_, inFrame_}, error.what());
+  throw DamageError({{reader_.Position(), frames_, number_, inFrame_}, error.what()});
 }
 
 BlockRanges::BlockRanges(const std::shared_ptr<Core::DataReader>& reader, Ranges frames,
@@ -110,3 +112,5 @@ bool BlockRanges::Next(BlockRange* range) {
   }
   return begun;
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
-// Where the selected blocks of a capture lie, found without reading them.
-#ifndef DCAP_BLOCKRANGES_H
-#define DCAP_BLOCKRANGES_H
+// The places of the selected blocks of a capture, found without reading payloads.
+#ifndef DCAP_INSPECT_BLOCKRANGES_H
+#define DCAP_INSPECT_BLOCKRANGES_H
 
 #include <cstdint>
 #include <memory>
@@ -12,13 +12,15 @@
 
 #include "inspect/events/Selection.h"
 
-/// Blocks of a capture that lie one behind the other, and what a walk must know to begin there.
+namespace Inspect {
+
+/// Consecutive blocks of a capture, and the numbers that a walk needs to begin there.
 struct BlockRange {
-  uint64_t begin = 0;         ///< of the first block in the file
-  uint64_t end = 0;           ///< behind the last; `kToTheEnd` when nobody can tell
-  uint32_t framesBefore = 0;  ///< how many frames come before
-  uint32_t numberBefore = 0;  ///< the sequence number of the last of them; 0 when there is none
-  uint32_t largestBlock = 0;  ///< size of the largest block
+  uint64_t begin = 0;         ///< offset of the first block in the file
+  uint64_t end = 0;           ///< offset behind the last; `kToTheEnd` when it is not known
+  uint32_t framesBefore = 0;  ///< number of frames before
+  uint32_t numberBefore = 0;  ///< sequence number of the last of them; 0 without any
+  uint32_t largestBlock = 0;  ///< its size
 
   static constexpr uint64_t kToTheEnd = UINT64_MAX;
 
@@ -26,27 +28,29 @@ struct BlockRange {
   static BlockRange All() { return {sizeof(Data::FileHeader), kToTheEnd, 0, 0, UINT32_MAX}; }
 };
 
-/// Has `reader` fetch a range, which will be read from its start to its end, at once and no more
-/// than that, if it knows how to. Leaves it anywhere.
+/// Hints to `reader` that exactly this range will be read. The position afterwards is unspecified.
 void ExpectToRead(const BlockRange& range, Core::DataReader* reader);
 
-/// Reads the headers of a finished capture in a file, not its payloads. Throws `DamageError` where
-/// sizes do not fit.
+/// Reads the headers of a finished capture in a file, not its payloads. All operations throw
+/// `DamageError` where sizes do not fit.
 class BlockWalk {
  public:
-  /// Reads the file header. Leaves the reader anywhere.
+  /// Reads the file header of `capture`, which nobody else may use meanwhile. Throws
+  /// `Core::BasicException`.
   explicit BlockWalk(const std::shared_ptr<Core::DataReader>& capture,
                      const BlockRange& range = BlockRange::All());
 
   /// Goes to the next block of the range. False at its end.
   bool NextBlock();
-  /// Goes to the next sub-block of the block, whose description alone is there. False at its end.
+  /// Goes to the next sub-block of the block, and reads its description alone. False at the end of
+  /// the block.
   bool NextSubBlock(Data::StoredSubBlock* subBlock);
+  /// Bytes of its payload when it is decompressed.
   [[nodiscard]] uint32_t InflatedSize(const Data::StoredSubBlock& subBlock) const;
 
   /// The file header and the block at hand.
   [[nodiscard]] const Data::DCAPBlockReader& Reader() const { return reader_; }
-  /// How many frames have begun, the one at hand included.
+  /// The number of frames so far, the one at hand included.
   [[nodiscard]] uint32_t Frames() const { return frames_; }
   /// The sequence number of the last of them; 0 when there is none.
   [[nodiscard]] uint32_t FrameNumber() const { return number_; }
@@ -61,17 +65,17 @@ class BlockWalk {
   bool inFrame_ = false;
 };
 
-/// Cuts what is selected of a capture into ranges, by one short read for each block of the file. A
-/// block that is no frame goes with the frame before it. Where blocks do not fit into the file, the
-/// last range begins, so that whoever works on it meets the damage; nothing is thrown.
+/// Cuts the selected frames of a capture into ranges, by one short read for each block of the file.
+/// A block that is no frame goes with the frame before it; the last selected frame ends the last
+/// range. Where sizes stop fitting, the last range starts; its worker reports the damage.
 class BlockRanges {
  public:
-  /// Ranges have as many whole blocks as fit into `size` bytes, or one that does not, where the
-  /// selection does not end them earlier. Throws `Core::BasicException` when the file header cannot
-  /// be read.
+  /// Ranges have as many whole blocks as fit into `size` bytes, at least one, and end earlier where
+  /// the selection does. Throws `Core::BasicException` when the file header cannot be read.
   BlockRanges(const std::shared_ptr<Core::DataReader>& reader, Ranges frames, uint64_t size);
 
-  /// The next range in the order of the file. False when nothing more is selected.
+  /// Gives the next range in the order of the file. False when nothing more is selected. Does not
+  /// throw on damage.
   bool Next(BlockRange* range);
 
  private:
@@ -82,4 +86,6 @@ class BlockRanges {
   std::optional<BlockRange> next_;  // the block that did not fit into the last range
 };
 
-#endif  // DCAP_BLOCKRANGES_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_BLOCKRANGES_H

@@ -1,29 +1,19 @@
 #include "inspect/walk/Capture.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <new>
-#include <optional>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "Core/Exceptions.h"
 #include "Core/StdioReader.h"
 #include "Data/Capture/RecoveredReader.h"
-#include "Data/DCAPFileProcessor.h"
 
-#include "Command.h"
-#include "inspect/parallel/ParallelWalk.h"
-#include "inspect/walk/Damage.h"
 #include "inspect/walk/HeaderReader.h"
-#include "output/Progress.h"
+#include "inspect/walk/Threads.h"
+
+namespace Inspect {
 
 namespace {
-
-// Of what is selected; large enough that hardly anything is done per range.
-constexpr uint64_t kRangeSize = uint64_t{16} << 20;
 
 std::string Bytes(uint64_t count) {
   return std::to_string(count) + (count == 1 ? " byte" : " bytes");
@@ -41,16 +31,16 @@ std::string Enumerate(const std::vector<std::string_view>& names) {
 
 }  // namespace
 
-Capture::Capture(const std::string& path, unsigned jobs) : path_(path) {
+Capture::Capture(const std::string& path, unsigned jobs) : file_(path) {
   errno = 0;
-  reader_ = std::make_shared<Core::StdioReader>(path);
+  reader_ = std::make_shared<Core::StdioReader>(file_.Path());
   if (!reader_->IsValid()) {
     throw Core::BasicException(
         std::string("Cannot read capture file. The data reader is invalid. (") +
         (errno != 0 ? std::strerror(errno) : "Not a file") + ")");
   }
   if (const uint64_t size = reader_->Size(); size != 0) {
-    headers_ = std::make_shared<HeaderReader>(path, ThreadsFor(jobs, size));
+    headers_ = std::make_shared<HeaderReader>(file_.Path(), ThreadsFor(jobs, size));
     recovery_ = Data::CaptureRecovery::Examine(headers_.get(), size);
     reader_ = Finished(reader_);
     headers_ = Finished(headers_);
@@ -64,20 +54,9 @@ std::shared_ptr<Core::DataReader> Capture::Finished(std::shared_ptr<Core::DataRe
 }
 
 std::shared_ptr<Core::DataReader> Capture::OpenAgain() const {
-  auto file = std::make_shared<Core::StdioReader>(path_);
-  if (recovery_.storedSize == 0 || file->Size() < recovery_.storedSize) return nullptr;
-  return Finished(std::move(file));
-}
-
-void Capture::ReportState() const {
-  if (const std::string state = DescribeState(recovery_); !state.empty()) {
-    std::fprintf(stderr, "dcap: %s: %s%s\n", path_.c_str(), state.c_str(),
-                 recovery_.damaged ? "" : "; read as if finalised (see 'dcap finalize')");
-  }
-}
-
-int Capture::Status() const {
-  return recovery_.damaged ? kExitFailure : recovery_.IsCut() ? kExitIncomplete : kExitOk;
+  if (recovery_.storedSize == 0) return nullptr;
+  auto file = std::make_shared<Core::StdioReader>(file_.Path());
+  return file->Size() < recovery_.storedSize ? nullptr : Finished(std::move(file));
 }
 
 void Capture::RequireFile() const {
@@ -103,7 +82,7 @@ std::string DescribeState(const Data::CaptureRecovery& recovery) {
   if (recovery.IsComplete()) return "";
   std::string text;
   const std::vector<std::string_view> missing = MissingParts(recovery);
-  // A capture that was finished before it was cut naturally lacks its last trailer.
+  // A finished capture that was cut lacks its last trailer: that goes without saying.
   const bool wasFinished = recovery.IsCut() && recovery.storedHeader.fileSize != 0;
   if (!missing.empty() && !wasFinished) text = "unfinished: " + Enumerate(missing) + " missing; ";
   if (recovery.leftOutSize != 0) {
@@ -117,64 +96,4 @@ std::string DescribeState(const Data::CaptureRecovery& recovery) {
   return text.substr(0, text.size() - 2);
 }
 
-const char* CompressionName(uint32_t optionMask) {
-  switch ((optionMask & Data::kOptionCompressionMask) >> Data::kOptionCompressionShift) {
-    case Data::kCompressionNone:
-      return "none";
-    case Data::kCompressionLZ4:
-      return "lz4";
-    case Data::kCompressionLZ77:
-      return "lz77";
-    default:
-      return "unknown";
-  }
-}
-
-Place PlaceOf(const Data::DCAPFileProcessor& processor, const EventConsumer& consumer) {
-  return {processor.Position(), consumer.Context().frameOrdinal, consumer.FrameNumber(),
-          consumer.IsInFrame()};
-}
-
-bool WalkRange(Data::DCAPFileProcessor* processor, EventConsumer* consumer, const BlockRange& range,
-               Progress* progress) {
-  processor->ContinueAt(range.begin, range.numberBefore);
-  consumer->ContinueAfter(range.framesBefore, range.numberBefore);
-  do {
-    if (!processor->ProcessNextBlock() || consumer->IsFinished()) return false;
-    if (progress != nullptr) progress->Show(processor->Position());
-  } while (processor->Position() != range.end);
-  return true;
-}
-
-int WalkCapture(const std::string& path, EventHandler* handler, const Selection& selection,
-                bool showProgress, const ParallelWalk* parallel) {
-  EventConsumer consumer(handler, &selection);
-  Data::DCAPFileProcessor processor;
-  std::optional<Place> failedAt;
-  const auto place = [&] { return failedAt ? *failedAt : PlaceOf(processor, consumer); };
-  try {
-    const unsigned jobs = parallel != nullptr ? parallel->jobs : 1;
-    const Capture capture(path, jobs);
-    capture.ReportState();
-    processor.Initialize(&consumer, capture.Reader(), capture.Reader()->Size());
-    Progress progress(path, showProgress ? capture.Reader()->Size() : 0);
-    RangeWorkers workers(capture, jobs);
-    if (workers.Threads() > 1) {
-      WalkRanges(&workers, selection, *parallel, &progress, &failedAt);
-      return capture.Status();
-    }
-    if (selection.frames.IsAll() || capture.Headers() == nullptr) {
-      WalkRange(&processor, &consumer, BlockRange::All(), &progress);
-    } else {
-      BlockRanges ranges(capture.Headers(), selection.frames, kRangeSize);
-      BlockRange range;
-      while (ranges.Next(&range) && WalkRange(&processor, &consumer, range, &progress)) {
-      }
-    }
-    return capture.Status();
-  } catch (const std::bad_alloc&) {
-    return ReportDamage(path, place(), kTooLargeMsg);
-  } catch (const Core::BasicException& exception) {
-    return ReportDamage(path, place(), exception.what());
-  }
-}
+}  // namespace Inspect

@@ -1,13 +1,16 @@
-// How the commands say that a capture is damaged: where, why, and what can be done about it.
-#ifndef DCAP_DAMAGE_H
-#define DCAP_DAMAGE_H
+// The place and the cause of damage in a capture.
+#ifndef DCAP_INSPECT_DAMAGE_H
+#define DCAP_INSPECT_DAMAGE_H
 
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "Core/Exceptions.h"
 
-/// How far a capture had been read.
+namespace Inspect {
+
+/// The place to which a capture was read.
 struct Place {
   uint64_t offset = 0;   ///< bytes from its start; 0 before anything of it was understood
   uint32_t frame = 0;    ///< ordinal of the last frame that began; 0 for none
@@ -15,21 +18,26 @@ struct Place {
   bool inFrame = false;  ///< that frame has not ended
 };
 
-/// Damage found by a command that reads a capture by itself.
-class DamageError : public Core::BasicException {
- public:
-  DamageError(const Place& damage, const std::string& cause)
-      : BasicException(cause), place(damage) {}
-
+/// Damage that ended the reading of a capture.
+struct Damage {
   Place place;
+  std::string cause;  ///< a sentence
 };
 
-/// Says on stderr what ended the reading of the capture at `path`, and how to save the frames
-/// before that place, if there are any. Returns an `ExitStatus`.
-int ReportDamage(const std::string& path, const Place& place, const std::string& cause);
+/// The same, thrown; `what()` is the cause.
+class DamageError : public Core::BasicException {
+ public:
+  explicit DamageError(Damage found) : BasicException(found.cause), damage(std::move(found)) {}
 
-/// What is said when a capture asks for more memory than the system has.
-inline constexpr const char* kTooLargeMsg =
-    "A recorded size asks for more memory than there is to be had.";
+  Damage damage;
+};
 
-#endif  // DCAP_DAMAGE_H
+/// Turns the exception at hand, which reading a capture at `place` has thrown, into damage. A
+/// `DamageError` keeps its own place. `std::bad_alloc` becomes a recorded size that asks for too
+/// much memory. An exception that is neither that nor a `Core::BasicException` is thrown on. To be
+/// called in a catch block.
+Damage CurrentDamage(const Place& place);
+
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_DAMAGE_H

@@ -14,12 +14,14 @@
 
 #include "Data/DCAPFormat.h"
 
+namespace Inspect {
+
 namespace {
 
-// Headers closer together than this come cheaper by the window than one by one.
+// Headers closer together than this are cheaper to read in one piece than one by one.
 constexpr uint64_t kNear = 4096;
 constexpr size_t kMaxKept = size_t{256} << 10;  // 6 MiB of them
-// Less is read before a thread has started.
+// A smaller part is read before a thread has started.
 constexpr uint64_t kPartSize = uint64_t{4} << 20;
 // The end of a block and the beginning of a frame.
 constexpr std::string_view kBorder("\xEE\xEE\xEE\xEE\xEE\xEE\xEE\xEE\x01\x00", 10);
@@ -44,10 +46,6 @@ HeaderReader::Window::~Window() {
 uint64_t HeaderReader::Window::FileSize() const {
   struct stat status {};
   return fstat(file_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
-}
-
-std::string HeaderReader::Window::OtherPath() const {
-  return "/proc/self/fd/" + std::to_string(file_);
 }
 
 bool HeaderReader::Window::Fetch(uint64_t position) {
@@ -77,11 +75,11 @@ HeaderReader::HeaderReader(const std::string& path, unsigned threads) : window_(
     for (uint64_t i = 1; i < count; ++i) {
       const uint64_t begin = size / count * i;
       const uint64_t end = i + 1 == count ? size : begin + size / count;
-      parts_.push_back({begin, std::async(std::launch::async, ReadAhead, window_.OtherPath(), begin,
-                                          end, kMaxKept / count)});
+      parts_.push_back(
+          {begin, std::async(std::launch::async, ReadAhead, path, begin, end, kMaxKept / count)});
     }
   } catch (const std::system_error&) {
-    // Fewer do, too.
+    // Fewer threads are enough.
   }
 }
 
@@ -99,7 +97,7 @@ unsigned long HeaderReader::Read(void* buffer, unsigned long size) {
   return done;
 }
 
-// Has the window begin at position_. False when nothing is there.
+// Makes the window begin at position_. False when no byte is there.
 bool HeaderReader::Fetch() {
   TakeParts();
   if (Recall()) return true;
@@ -130,7 +128,8 @@ void HeaderReader::Keep(const Header& header) {
   if (isNext && kept_.size() < kMaxKept) kept_.push_back(header);
 }
 
-// Keeps what others have found behind position_. Whatever they failed at, the walk will meet.
+// Keeps the headers that other threads have found up to position_ and behind. If one of them
+// failed, the walk reads that part itself.
 void HeaderReader::TakeParts() {
   while (!parts_.empty() && parts_.front().begin <= position_) {
     try {
@@ -141,7 +140,7 @@ void HeaderReader::TakeParts() {
   }
 }
 
-// The headers from the first block on that seems to begin behind `begin`.
+// Reads headers from the first bytes behind `begin` that look like the start of a block.
 std::vector<HeaderReader::Header> HeaderReader::ReadAhead(const std::string& path, uint64_t begin,
                                                           uint64_t end, size_t most) {
   Window window(path);
@@ -170,3 +169,5 @@ int HeaderReader::Seek(int origin, int64_t offset) {
   position_ = static_cast<uint64_t>(target);
   return 0;
 }
+
+}  // namespace Inspect

@@ -1,6 +1,6 @@
 // Reads the headers of a capture, which lie scattered over its file.
-#ifndef DCAP_HEADERREADER_H
-#define DCAP_HEADERREADER_H
+#ifndef DCAP_INSPECT_HEADERREADER_H
+#define DCAP_INSPECT_HEADERREADER_H
 
 #include <array>
 #include <cstdint>
@@ -12,20 +12,19 @@
 
 #include "Core/DataReader.h"
 
-/// A `DataReader` over a regular file for walks from one block header to the next. Headers that lie
-/// far apart are read by themselves, with one system call each, and are kept, so that further walks
-/// need none. Where they lie close together, it reads on.
+namespace Inspect {
+
+/// A `DataReader` over a regular file, for walks from one block header to the next. It reads
+/// headers that lie far apart one by one, with one system call each, and keeps them for further
+/// walks. Where headers lie close together, it reads larger pieces.
 ///
-/// A mapping of the file would be little faster where headers share the 64 KiB that a page fault
-/// maps, three times slower where they do not, and could not survive a file that shrinks.
-///
-/// Each header tells where the next one lies, so a walk is bound to one thread. Others can only
-/// guess: they look for what seems to be a block somewhere in the file and keep what they find from
-/// there on. A walk that comes by the same place finds the same headers, and need not read them.
+/// Since each header tells the place of the next one, only one thread can walk. The others guess:
+/// each searches a part of the file for bytes that look like the start of a block, and reads the
+/// headers from there on. A walk uses those of them that it comes to.
 class HeaderReader : public Core::DataReader {
  public:
-  /// Opens the file at `path`. Throws nothing when it cannot: `IsValid` is false then.
-  /// With more than one of `threads`, the others begin to read ahead.
+  /// Opens the file at `path`; `IsValid` tells whether that worked. With more than one of
+  /// `threads`, the others begin to read ahead. They open `path`, too.
   HeaderReader(const std::string& path, unsigned threads);
   HeaderReader(const HeaderReader&) = delete;
   HeaderReader& operator=(const HeaderReader&) = delete;
@@ -38,14 +37,14 @@ class HeaderReader : public Core::DataReader {
   [[nodiscard]] uint64_t Tell() const override { return position_; }
 
  private:
-  // The header of a block, and the number of a frame.
+  // Bytes of the header of a block and the number of a frame.
   static constexpr unsigned long kHeaderSize = 10;
   struct Header {
     uint64_t position;
     std::array<unsigned char, kHeaderSize> bytes;
   };
 
-  // A file, and the bytes of it that are at hand.
+  // A file, and a piece of it in memory.
   class Window {
    public:
     explicit Window(const std::string& path);
@@ -54,17 +53,14 @@ class HeaderReader : public Core::DataReader {
     ~Window();
     [[nodiscard]] bool IsValid() const { return file_ >= 0; }
     [[nodiscard]] uint64_t FileSize() const;
-    // Opens the file, whatever its name is now. Threads that share one that is open wait for each
-    // other.
-    [[nodiscard]] std::string OtherPath() const;
 
     [[nodiscard]] const unsigned char* Begin() const { return bytes_.get(); }
     [[nodiscard]] unsigned long Size() const { return size_; }
-    // How far into the window that is; much too far for a position before it, too.
+    // Offset in the window; wraps to a huge value for positions before it.
     [[nodiscard]] uint64_t Offset(uint64_t position) const { return position - begin_; }
-    // Reads a header, or more where that lies near. False when nothing is there.
+    // Reads a header, or a larger piece if the last one lay near. False when nothing is there.
     bool Fetch(uint64_t position);
-    // Reads as much as there is room for.
+    // Reads a piece as large as the window.
     void Fill(uint64_t position) { Read(position, kRoom); }
     void Show(const Header& header);
 
@@ -78,7 +74,7 @@ class HeaderReader : public Core::DataReader {
     unsigned long size_ = 0;
   };
 
-  // What another thread finds from a place in the file on.
+  // The headers that another thread finds from an offset in the file on.
   struct Part {
     uint64_t begin;
     std::future<std::vector<Header>> headers;
@@ -94,8 +90,10 @@ class HeaderReader : public Core::DataReader {
   uint64_t position_ = 0;
   Window window_;
   std::deque<Header> kept_;  // in the order of the file
-  size_t nextKept_ = 0;      // the one behind the last that was recalled
-  std::deque<Part> parts_;   // that the walk has not come to, in the order of the file
+  size_t nextKept_ = 0;      // the one after the last that was used
+  std::deque<Part> parts_;   // behind all that the walk has read, in the order of the file
 };
 
-#endif  // DCAP_HEADERREADER_H
+}  // namespace Inspect
+
+#endif  // DCAP_INSPECT_HEADERREADER_H

@@ -8,31 +8,32 @@
 
 namespace Core {
 
-/// A stream of bytes that a capture is written to or patched in.
+/// A stream of bytes that the library writes a capture to or patches one in.
 ///
-/// Held through `std::shared_ptr<Core::DataWriter>`; one thread at a time. The order of the virtual
-/// operations is part of the interface. `IsValid` and `WriteAt` are what finalising a capture
-/// needs; a stream that captures are written to from the start also overrides `Write` and `Flush`.
+/// Finalising a capture calls `IsValid` and `WriteAt` alone; writing one from the start also calls
+/// `Write` and `Flush`. The library holds a writer through `std::shared_ptr<Core::DataWriter>` and
+/// uses it on one thread at a time. The order of the virtual operations is part of the interface.
 class DCAPKIT_API DataWriter {
  public:
   virtual ~DataWriter() = default;
 
-  /// True when the stream is open and usable.
+  /// True while the stream is open and usable.
   [[nodiscard]] virtual bool IsValid() const = 0;
 
-  /// Appends `size` bytes at the end of what has been written. Returns the bytes written; fewer
-  /// than `size` is an error. The default accepts nothing.
+  /// Appends `size` bytes and returns the bytes written; fewer than `size` is an error. The default
+  /// accepts nothing.
   virtual uint64_t Write(const void* buffer, uint64_t size) {
     static_cast<void>(buffer);
     static_cast<void>(size);
     return 0;
   }
 
-  /// Hands everything written so far to the operating system. False on an error.
+  /// Hands everything written so far to the operating system. Returns false on an error. The
+  /// default does nothing and returns true.
   virtual bool Flush() { return true; }
 
   /// Writes `size` bytes at the absolute `offset`, without moving other data and without
-  /// truncating. Returns the bytes written; fewer than `size` is an error.
+  /// truncating, and returns the bytes written; fewer than `size` is an error.
   virtual uint64_t WriteAt(const void* buffer, uint64_t size, uint64_t offset) = 0;
 
  protected:

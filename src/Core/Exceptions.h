@@ -9,7 +9,8 @@
 
 namespace Core {
 
-/// A format or I/O error that ends processing; `what()` is the fixed message of the operation.
+/// A format or I/O error that ends processing. `what()` is the fixed text of the operation, which
+/// its header names.
 class DCAPKIT_API BasicException : public std::runtime_error {
  public:
   explicit BasicException(const std::string& message);
@@ -18,7 +19,7 @@ class DCAPKIT_API BasicException : public std::runtime_error {
   ~BasicException() override;
 };
 
-/// A failed system call; `GetErrno()` is the `errno` it left.
+/// A failed system call. `GetErrno()` is the `errno` that it left.
 class DCAPKIT_API ErrnoException : public BasicException {
  public:
   ErrnoException(unsigned int errnum, const std::string& message);

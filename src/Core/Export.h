@@ -1,5 +1,5 @@
-// DCAPKIT_API marks what the shared library shows; everything else is built with hidden visibility.
-// DCAPKIT_HIDDEN marks members of such a class that are nobody's business but its own.
+// DCAPKIT_API exports a class or a function from the shared library; everything else is built with
+// hidden visibility. DCAPKIT_HIDDEN takes private members of an exported class back out of the ABI.
 #ifndef DCAPKIT_CORE_EXPORT_H
 #define DCAPKIT_CORE_EXPORT_H
 

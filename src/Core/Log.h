@@ -1,4 +1,4 @@
-// Log lines of the library and where they go.
+// The log lines of the library, and their receiver.
 #ifndef DCAPKIT_CORE_LOG_H
 #define DCAPKIT_CORE_LOG_H
 
@@ -6,7 +6,8 @@
 
 namespace Core {
 
-/// What the library survives, it logs here; what ends processing is thrown (`Core/Exceptions.h`).
+/// Carries the log lines of the library: problems that it survives. It throws those that end
+/// processing (`Core/Exceptions.h`).
 ///
 ///     class Collect : public Core::Log::Sink {
 ///       void Write(const Core::Log::Record& record) override { lines.push_back(record.message); }
@@ -14,8 +15,8 @@ namespace Core {
 ///     Collect collect;
 ///     Core::Log::Sink* previous = Core::Log::SetSink(&collect);
 ///
-/// The sink pointer is the one process-wide setting of the library. `Print` may be called from
-/// several threads at once; the default sink locks, a sink of one's own must do what it needs.
+/// The pointer to the sink is the one process-wide setting of the library. Several threads may call
+/// `Print` at once; the default sink locks, any other sink must lock its own data.
 class DCAPKIT_API Log {
  public:
   /// Levels and zones are plain numbers, for sinks that filter by them: `record.level <= 2`.
@@ -33,16 +34,16 @@ class DCAPKIT_API Log {
     const char* message;  ///< formatted text, without a line feed, never cut off
   };
 
-  /// Receives log lines. Borrowed by `SetSink`, never deleted. `Write` must not throw: it is called
-  /// where the library does not expect it.
+  /// Receives log lines. `SetSink` borrows the sink and never deletes it. `Write` must not throw:
+  /// the library logs where it does not expect an exception.
   class DCAPKIT_API Sink {
    public:
     virtual ~Sink() = default;
     virtual void Write(const Record& record) = 0;
   };
 
-  /// Formats a message as printf does and hands it to the sink when `flag` is true. `errno` stays
-  /// as it was.
+  /// Formats a message as printf does, at any length, and hands it to the sink when `flag` is true.
+  /// Leaves `errno` as it was.
   static void Print(LogLevel level, LogZone zone, int line, const char* file, bool flag,
                     const char* format, ...) __attribute__((format(printf, 6, 7)));
 
@@ -51,8 +52,9 @@ class DCAPKIT_API Log {
   ///
   ///     dcapkit: warning: Skipping unrecognized block type 9. [src/Data/DCAPFileProcessor:310]
   ///
-  /// and cuts repeats short (`Core/RepeatFilter.h`). A sink of one's own receives everything, and
-  /// must outlive its use.
+  /// and cuts repeats short (`Core/RepeatFilter.h`). Any other sink receives every line. It must
+  /// outlive its use: another thread may still be inside its `Write` when `SetSink` has replaced
+  /// it.
   static Sink* SetSink(Sink* sink) noexcept;
 };
 

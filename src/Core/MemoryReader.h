@@ -10,15 +10,15 @@
 
 namespace Core {
 
-/// A `DataReader` over bytes in memory. Always valid until closed, empty or not.
+/// A `DataReader` over bytes in memory. It is valid until it is closed, even without a byte.
 ///
-/// Seeking past the end succeeds, as in a file: `Read` then gives nothing and `AtEof` is true.
+/// Seeking past the end succeeds, as in a file: `Read` then returns nothing and `AtEof` is true.
 class DCAPKIT_API MemoryReader : public ViewReader {
  public:
   /// Borrows `bytes`, which must outlive the reader and must not move.
   explicit MemoryReader(std::span<const uint8_t> bytes);
 
-  /// Owns `bytes`: pass with `std::move`, or pass a span to borrow from a vector.
+  /// Owns `bytes`: pass them with `std::move`, or pass a span to borrow from a vector.
   explicit MemoryReader(std::vector<uint8_t> bytes);
 
   MemoryReader(const MemoryReader&) = delete;
@@ -35,7 +35,7 @@ class DCAPKIT_API MemoryReader : public ViewReader {
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  protected:
-  /// Reads the borrowed `bytes` from now on.
+  /// Replaces the bytes by the borrowed `bytes`. The position stays.
   void Show(std::span<const uint8_t> bytes) { bytes_ = bytes; }
 
  private:

@@ -6,7 +6,7 @@ namespace Core {
 
 namespace {
 
-// More sites than the library has; only keeps a caller with made-up ones from growing the table.
+// More sites than the library has: keeps a caller with made-up ones from growing the table.
 constexpr size_t kMaxSites = 4096;
 
 }  // namespace

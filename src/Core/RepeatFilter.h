@@ -12,33 +12,35 @@
 
 namespace Core {
 
-/// A log sink in front of another, for input that can make the library log on every call.
+/// Passes log lines on to another sink and drops most repeats, for input that can make the library
+/// log on every call.
 ///
-/// Messages are told apart by their site (`file` and `line`), not by their text, so that a flood
-/// with changing numbers in it, or several floods mixed, are cut as well. The first 8 messages of a
-/// site pass, and then the 16th, 32nd, 64th and so on; what was dropped is reported as one line of
-/// that site, "repeated N times", before the next that passes, and by `Flush`.
+/// Messages count as repeats by their site (`file` and `line`), not by their text, so that floods
+/// with changing numbers, or several floods mixed, are cut as well. The first 8 messages of a site
+/// pass, then the 16th, 32nd, 64th and so on. Before the next message that passes, and in `Flush`,
+/// one line of that site reports the dropped ones: "repeated N times".
 ///
 ///     Core::RepeatFilterSink filter(&mySink);
 ///     Core::Log::SetSink(&filter);
 ///
-/// May be called by several threads; the target is called by one at a time and must not log itself.
+/// Several threads may call it at once. It calls the target from one thread at a time, holding a
+/// lock, so the target must not log itself.
 class DCAPKIT_API RepeatFilterSink : public Log::Sink {
  public:
   /// Messages of one site that pass before any is dropped.
   static constexpr uint64_t kPassedAtFirst = 8;
 
-  /// Borrows `target`.
+  /// Borrows `target`, which must outlive this object.
   explicit RepeatFilterSink(Log::Sink* target);
   RepeatFilterSink(const RepeatFilterSink&) = delete;
   RepeatFilterSink& operator=(const RepeatFilterSink&) = delete;
 
-  /// Flushes.
+  /// Reports the dropped messages, as `Flush` does.
   ~RepeatFilterSink() override;
 
   void Write(const Log::Record& record) override;
 
-  /// Reports what was dropped and starts counting anew: for the end of one file of several.
+  /// Reports the dropped messages and starts counting anew: for the end of one file of several.
   void Flush();
 
  private:

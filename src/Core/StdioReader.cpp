@@ -17,11 +17,13 @@ namespace Core {
 namespace {
 
 constexpr unsigned long kLargestFetch = 1024ul * 1024;
-// Room for a payload of 1 MiB with all around it, to be shown where it lies.
+// Room for a payload of 1 MiB with its headers, so that it can be shown in one piece.
 constexpr unsigned long kBufferSize = kLargestFetch + 64ul * 1024;
+// After a seek another one may follow: a walk over headers that fetched much would read the whole
+// file.
 constexpr unsigned long kFirstFetch = 4096;
 constexpr unsigned long kFetchGrowth = 4;
-// Of scattered bytes: enough for any header of a capture.
+// Enough for any header of a capture.
 constexpr unsigned long kScatteredFetch = 64;
 
 int OpenFile(const std::string& path) {
@@ -39,7 +41,7 @@ int OpenFile(const std::string& path) {
 }
 
 int OpenAgain(int file, bool seekable) {
-  // A descriptor of its own, since threads that share one wait for each other.
+  // With a descriptor of its own: threads that share one wait for each other in the kernel.
   return file < 0 || !seekable ? -1 : OpenFile("/proc/self/fd/" + std::to_string(file));
 }
 
@@ -55,10 +57,11 @@ StdioReader::StdioReader(int file, Access access) : file_(file), access_(access)
   if (file_ < 0) return;
   buffer_ = std::make_unique_for_overwrite<unsigned char[]>(kBufferSize + kLine);
   next_ = limit_ = begin_ = buffer_.get();
-  const int error = errno;
+  const int error = errno;  // the probe must not leave a trace
   seekable_ = lseek(file_, 0, SEEK_SET) == 0;
   errno = error;
   fetchSize_ = access == Access::kScattered ? kScatteredFetch : kFirstFetch;
+  // Files of /proc say size 0 and have bytes: AtEof cannot go by the size there.
   viewable_ = seekable_ && StdioReader::Size() != 0;
 }
 
@@ -87,6 +90,7 @@ unsigned long StdioReader::Read(void* buffer, unsigned long size) {
   unsigned long done = 0;
   while (done < size) {
     const unsigned long wanted = size - done;
+    // As much as a fetch goes straight to its destination: the buffer would only add a copy.
     if (next_ == limit_ && wanted >= FetchSize()) {
       const unsigned long fetched = FetchBytes(destination + done, wanted);
       next_ = limit_ = begin_;
@@ -126,10 +130,12 @@ void StdioReader::GrowFetchSize() const {
   fetchSize_ = std::min(fetchSize_ * kFetchGrowth, kLargestFetch);
 }
 
-// Reads what follows limitPosition_ and moves it on.
+// Reads the bytes that follow limitPosition_ and moves it on. An error ends the reading but not the
+// stream: AtEof stays false, by which callers tell it from the end.
 unsigned long StdioReader::FetchBytes(unsigned char* destination, unsigned long size) const {
   unsigned long done = 0;
   while (done < size && file_ >= 0 && !endHit_) {
+    // pread takes the position along, so seeking costs no system call.
     const uint64_t position = limitPosition_ + done;
     const ssize_t count =
         seekable_ ? pread(file_, destination + done, size - done, static_cast<off_t>(position))
@@ -159,7 +165,7 @@ bool StdioReader::AtEof() const {
     return false;
   }
   if (viewable_ && !endHit_ && file_ >= 0 && Tell() < Size()) {
-    return false;  // what the buffer holds may be on show
+    return false;  // told without a fetch, which would overwrite bytes on show
   }
   return file_ < 0 || endHit_ || (!Fill() && endHit_);
 }
@@ -187,6 +193,7 @@ int StdioReader::Seek(int origin, int64_t offset) {
 }
 
 bool StdioReader::SkipTo(uint64_t position) {
+  // Fetched bytes stay behind the position, so seeking back a little costs nothing either.
   const uint64_t back = limitPosition_ - position;
   if (position <= limitPosition_ && back <= static_cast<uint64_t>(limit_ - begin_)) {
     next_ = limit_ - back;
@@ -194,6 +201,7 @@ bool StdioReader::SkipTo(uint64_t position) {
     return true;
   }
   if (!seekable_) {
+    // A pipe gives up the bytes between, and never the ones before.
     if (position < limitPosition_) {
       return false;
     }
@@ -203,11 +211,13 @@ bool StdioReader::SkipTo(uint64_t position) {
       next_ = limit_ - (limitPosition_ - position);
       return true;
     }
+    // Behind its end a pipe is like a file: the seek succeeds, and reading gives nothing.
     if (!endHit_) {
       next_ = limit_;
       return false;
     }
   }
+  // A short hop ahead is still sequential use.
   const bool isNear = position >= limitPosition_ && position - limitPosition_ < kFirstFetch;
   fetchSize_ = access_ == Access::kSequential || isNear ? kFirstFetch : kScatteredFetch;
   next_ = limit_ = begin_;
@@ -236,7 +246,7 @@ bool StdioReader::Gather(unsigned long count) {
   std::memmove(begin, next_, rest);
   next_ = begin_ = begin;
   limit_ = begin + rest;
-  // Little more than a large piece, so that little of the next one has to be moved.
+  // Fetches little more than a large piece, so that little of the next one has to be moved.
   const unsigned long wanted = limitPosition_ < expectedEnd_
                                    ? std::max(FetchSize(), count - rest)
                                    : std::max(fetchSize_, count + kFirstFetch) - rest;

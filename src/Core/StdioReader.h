@@ -12,31 +12,34 @@ namespace Core {
 
 /// A `DataReader` over a file of any size. Pipes can only be read forward.
 ///
-/// The reader keeps a buffer of 1088 KiB of its own. A `Read` that the buffer satisfies is one
-/// copy, and a `Seek` inside it touches nothing. A seek elsewhere costs nothing either until bytes
-/// are wanted; the reader then fetches 4 KiB, and more each time while use stays sequential, so
-/// that hopping over payloads does not read them. Large reads bypass the buffer.
+/// The reader keeps a buffer of 1088 KiB. A `Read` that the buffer satisfies is one copy, and a
+/// `Seek` inside it touches nothing. A seek elsewhere fetches nothing until bytes are wanted; the
+/// reader then fetches 4 KiB, and four times as much each time while use stays sequential (1 MiB at
+/// the most), so that hopping over payloads does not read them. Reads at least as large as the next
+/// fetch bypass the buffer.
 ///
-/// Seeking past the end of the file succeeds, as `fseek` does: `Read` then gives nothing and
+/// Seeking past the end of the file succeeds, as `fseek` does: `Read` then returns nothing and
 /// `AtEof` is true. On a pipe, seeking forward reads and drops the bytes between, and seeking back
-/// works only within what is still buffered.
+/// works only within the buffered bytes.
 ///
-/// Bytes that someone else writes into the file while it is open may or may not be seen.
+/// Bytes that another program writes into the file while it is open may or may not be seen.
 class DCAPKIT_API StdioReader : public ViewReader {
  public:
   /// How the bytes of a file will be read.
   enum class Access {
-    kSequential,  ///< mostly one behind the other
-    kScattered,   ///< a few here and there, such as headers: after a seek of 4 KiB or more, 64
-                  ///< bytes are fetched where it would be 4 KiB
+    kSequential,  ///< mostly one after the other
+    /// Few bytes far apart, such as headers: the first fetch, and the first after a seek back or
+    /// 4 KiB or more ahead, has 64 bytes instead of 4 KiB.
+    kScattered,
   };
 
-  /// Opens the file at `path`. Throws nothing for a missing or unreadable file or for a directory:
+  /// Opens the file at `path`. Throws nothing for a missing or unreadable file nor for a directory:
   /// `IsValid` is false then, and `errno` tells why.
   explicit StdioReader(const std::string& path, Access access = Access::kSequential);
 
-  /// Opens the file of `other` once more, at its start, wherever it has been moved or whatever has
-  /// taken its name. `IsValid` is false when that cannot be done: for a pipe, or once it is closed.
+  /// Opens the file of `other` again, at its start and with a descriptor of its own, even when the
+  /// file has been renamed or another one has taken its name. `IsValid` is false for a pipe, for a
+  /// closed `other`, and when the system refuses.
   StdioReader(const StdioReader& other, Access access);
   StdioReader(const StdioReader&) = delete;
   StdioReader& operator=(const StdioReader&) = delete;
@@ -47,11 +50,11 @@ class DCAPKIT_API StdioReader : public ViewReader {
   void Close() override;
   unsigned long Read(void* buffer, unsigned long size) override;
 
-  /// Bytes in a regular file, asked of the system at each call; 0 for anything else.
+  /// Returns the bytes in a regular file, asking the system each time; 0 for anything else.
   [[nodiscard]] uint64_t Size() const override;
 
   /// True when no byte is left, or when a read has hit the end; `Seek` clears the latter. May fetch
-  /// bytes to find out. False when the next byte cannot be read because of an error.
+  /// bytes to find out. False when an error keeps the next byte from being read.
   [[nodiscard]] bool AtEof() const override;
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
@@ -60,7 +63,8 @@ class DCAPKIT_API StdioReader : public ViewReader {
   /// time and nothing beyond `end`. A seek outside the buffer cancels it.
   void ExpectReadsUpTo(uint64_t end) { expectedEnd_ = end; }
 
-  /// Shows up to 1 MiB at once of a regular file, of anything else nothing.
+  /// Shows up to 1088 KiB at once of a regular file that had bytes when it was opened; nothing of
+  /// anything else.
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  private:
@@ -76,7 +80,7 @@ class DCAPKIT_API StdioReader : public ViewReader {
   int file_;  // a descriptor, or -1
   std::unique_ptr<unsigned char[]> buffer_;
   // Everything below also changes when AtEof looks ahead.
-  mutable const unsigned char* begin_ = nullptr;  // what was fetched last, read and unread
+  mutable const unsigned char* begin_ = nullptr;  // the last fetch, read and unread
   mutable const unsigned char* next_ = nullptr;   // the unread bytes of the buffer
   mutable const unsigned char* limit_ = nullptr;  // their end
   mutable uint64_t limitPosition_ = 0;            // where limit_ lies in the stream
@@ -84,8 +88,8 @@ class DCAPKIT_API StdioReader : public ViewReader {
   mutable bool endHit_ = false;
   uint64_t expectedEnd_ = 0;
   Access access_;
-  bool seekable_ = false;  // otherwise read(2) has to take what comes next
-  bool viewable_ = false;  // whether there is more can be told without overwriting what is on show
+  bool seekable_ = false;  // otherwise only read(2) works, which has no position
+  bool viewable_ = false;  // AtEof can ask for the size: fetching would overwrite shown bytes
 };
 
 }  // namespace Core

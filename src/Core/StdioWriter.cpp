@@ -28,7 +28,7 @@ StdioWriter::StdioWriter(const std::string& path, bool durable, bool create)
   if (!file_) {
     return;
   }
-  // The buffer here is the only one: what fwrite is given goes to the system as it is.
+  // The buffer of this class is the only one: fwrite hands its bytes to the system at once.
   static_cast<void>(std::setvbuf(file_.get(), nullptr, _IONBF, 0));
   if (fseeko(file_.get(), 0, SEEK_END) == 0) {
     const off_t end = ftello(file_.get());
@@ -74,7 +74,8 @@ uint64_t StdioWriter::WriteAt(const void* buffer, uint64_t size, uint64_t offset
     std::memcpy(buffer_.get() + (offset - storedEnd_), source, size);
     return size;
   }
-  // Appended bytes go first where the patch overlaps or follows them, or where order is promised.
+  // Appended bytes go first where the patch overlaps or follows them, or where `durable` promises
+  // order.
   if ((durable_ || end > storedEnd_) && !EmptyBuffer()) {
     return 0;
   }
@@ -87,6 +88,8 @@ uint64_t StdioWriter::WriteAt(const void* buffer, uint64_t size, uint64_t offset
 
 bool StdioWriter::EmptyBuffer() {
   if (used_ != 0 && !failed_) {
+    // Once appended bytes are lost, later ones would stand in the wrong place: nothing more is
+    // written.
     failed_ = StoreBytes(buffer_.get(), used_, storedEnd_) != used_;
     storedEnd_ += used_;
     used_ = 0;
@@ -110,6 +113,7 @@ uint64_t StdioWriter::StoreBytes(const unsigned char* source, uint64_t size, uin
   while (done < size) {
     done += std::fwrite(source + done, 1, size - done, file_.get());
     if (done < size) {
+      // A signal is no failure: the rest is written then.
       const int error = errno;
       std::clearerr(file_.get());
       if (error != EINTR) {

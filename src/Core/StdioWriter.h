@@ -16,15 +16,16 @@ namespace Core {
 ///     Core::StdioWriter patch(path, true, false);    // an existing file, each patch on the device
 ///     Core::StdioWriter fresh(path, false, true);    // a new file, or an old one emptied
 ///
-/// `Write` appends through a buffer of 256 KiB, which `WriteAt` sees and patches too; `Flush` and
-/// the destructor empty it, the latter without a word about errors. Appending also works on a pipe.
+/// `Write` appends through a buffer of 256 KiB, which `WriteAt` also patches. `Flush` empties the
+/// buffer; the destructor flushes and ignores errors. Appending also works on a pipe.
 class DCAPKIT_API StdioWriter : public DataWriter {
  public:
-  /// Opens the file at `path` and throws nothing: `IsValid` tells whether that worked.
+  /// Opens the file at `path`. Throws nothing for a file that cannot be opened: `IsValid` is false
+  /// then.
   ///
   /// `durable`: `WriteAt` and `Flush` return only when all bytes written so far are on the storage
-  /// device (`fdatasync`), so that patches reach it in the order in which they were made, whatever
-  /// happens to the machine. Otherwise the operating system decides when.
+  /// device (`fdatasync`), so that patches reach it in the order in which they were made, even when
+  /// the machine stops. Otherwise the operating system decides when.
   ///
   /// `create`: makes the file, and empties it if it exists. Otherwise the file must exist and keeps
   /// its bytes; `Write` appends to them.
@@ -36,12 +37,13 @@ class DCAPKIT_API StdioWriter : public DataWriter {
   /// True exactly when the file is open.
   [[nodiscard]] bool IsValid() const override;
 
-  /// Appends. A full disk may show here or at the next `Flush`; once appended bytes are lost, every
-  /// later operation fails.
+  /// Appends through the buffer. A full disk may show here or at the next `Flush`; once appended
+  /// bytes are lost, every later operation fails.
   uint64_t Write(const void* buffer, uint64_t size) override;
   bool Flush() override;
 
-  /// Patches. A range that reaches past the end makes the file longer, and `Write` goes on there.
+  /// Patches bytes in place. A range that reaches past the end makes the file longer, and `Write`
+  /// goes on behind it.
   uint64_t WriteAt(const void* buffer, uint64_t size, uint64_t offset) override;
 
  private:

@@ -8,18 +8,20 @@
 
 namespace Data {
 
-/// Hears from a `DCAPDecodeConsumer` where the blocks of a capture begin and end, frames above all.
+/// Hears from a `DCAPDecodeConsumer` where the blocks of a capture begin and end, above all frames.
 ///
-/// Override what is of interest; the defaults do nothing. The order of the operations is part of
-/// the interface. `blockType` is a `BlockType` or, for a block that is skipped, any other value.
+/// Override the operations of interest; the defaults do nothing. The order of the operations is
+/// part of the interface. `blockType` is a `BlockType` or, for a block that is skipped, any other
+/// value. The consumer borrows the handler.
 class DCAPKIT_API BlockEventHandler {
  public:
   virtual ~BlockEventHandler() = default;
 
-  /// Before every block, skipped ones included.
+  /// Comes before every block, skipped ones included.
   virtual void ProcessBlockStart(uint32_t /*blockType*/) {}
 
-  /// After the last call and record of a block. A skipped block, and a frame cut short, have none.
+  /// Comes after the last call and record of a block. Does not come for a skipped block, nor for a
+  /// frame cut short.
   virtual void ProcessBlockEnd(uint32_t /*blockType*/) {}
 };
 

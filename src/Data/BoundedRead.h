@@ -9,12 +9,13 @@
 
 namespace Data {
 
-/// Copies `count` bytes that may be many; the ranges do not overlap.
+/// Copies `count` bytes, however many; the ranges must not overlap.
 DCAPKIT_API void CopyContent(void* to, const void* from, uint32_t count);
 
 /// Copies `width` bytes at `offset` of a payload of `size` bytes to `dest`, byte for byte, and
-/// returns `width`. A value that is not there whole returns 0 and leaves `dest` untouched: silently
-/// when it starts at or beyond the end, after calling `onCut` when the payload ends inside it.
+/// returns `width`. Returns 0 and leaves `dest` untouched when the payload does not hold the whole
+/// value: silently when it starts at or beyond the end, after calling `onCut` when the payload ends
+/// inside it.
 ///
 /// Where `width` is a constant this is one comparison and one move, so it is always inlined.
 [[gnu::always_inline]] inline uint32_t BoundedRead(const uint8_t* payload, uint32_t size,

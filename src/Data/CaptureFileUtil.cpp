@@ -103,6 +103,7 @@ void CaptureFileUtil::FinalizeFile(std::shared_ptr<Core::DataWriter> writer, uin
   const uint64_t trailerSize = trailerNeeded ? sizeof(DCAPFrameTrailer) : 0;
   // Wraps, and so is too large, when the end of the file cuts the block header.
   const uint64_t finalFrameSize = fileSize + trailerSize - lastFrameOffset - sizeof(BlockHeader);
+  // Checked before the first write: a size that wrapped would lead every later reader astray.
   if (frameCount != 0 && (lastFrameOffset > fileSize || finalFrameSize > UINT32_MAX)) {
     throw Core::BasicException(kFrameSizeUnwritten);
   }
@@ -131,6 +132,7 @@ void CaptureFileUtil::GenerateFrameIndex(std::shared_ptr<Core::DataReader> reade
     if (header.type == kBlockFrame) index->push_back({++frameNumber, position});
     // The recorder writes the size of a block when it ends the block.
     if (header.size == 0) return;
+    // A block that runs past the end is noticed by the next read, which then finds no header.
     if (reader->Seek(SEEK_CUR, header.size) != 0) break;
     position += sizeof(header) + header.size;
   }
@@ -150,6 +152,7 @@ void CaptureFileUtil::EnsureFinalization(const std::string& path) {
   reader->Seek(SEEK_SET, 0);
   std::vector<FrameEntry> index;
   GenerateFrameIndex(reader, &index);
+  // Nothing reads while the file is patched.
   reader.reset();
   const uint64_t lastFrameOffset = index.empty() ? 0 : index.back().filePosition;
   FinalizeFile(std::make_shared<Core::StdioWriter>(path, false, false), fileSize,

@@ -21,23 +21,25 @@ namespace Data {
 ///     Data::CaptureFileUtil::EnsureFinalization(path);
 ///
 /// Operations on an open stream start at its current position, which must be the start of the
-/// capture, and leave it anywhere; those on a path open the file for the duration of the call. None
-/// reads payloads: the index takes one short read and one seek a block.
+/// capture, and leave it anywhere. Operations on a path open the file for the duration of the call.
+/// None reads payloads: the index takes one short read and one seek a block.
 ///
-/// Every failure is thrown as `Core::BasicException` with a fixed text that says what could not be
-/// done; null and unusable streams and files that cannot be opened are "The data reader is invalid"
-/// or "The data writer is invalid". A file that has no status throws `Core::ErrnoException`.
+/// Every failure is thrown as `Core::BasicException` with a fixed text that names the failed step:
+/// "The data reader is invalid" or "The data writer is invalid" for null and unusable streams and
+/// for files that cannot be opened. A file that has no status throws `Core::ErrnoException`.
 class DCAPKIT_API CaptureFileUtil {
  public:
   CaptureFileUtil() = delete;
 
-  /// Bytes in the file. Throws `Core::ErrnoException`, and logs the same text, when there is none.
+  /// Returns the bytes in the file. Throws `Core::ErrnoException`, and logs the same text, when the
+  /// system cannot tell.
   static uint64_t GetFileSize(const std::string& path);
 
   /// True when the header has a frame count and a file size, the size is `fileSize`, and the file
-  /// ends with a trailer if its blocks do. `fileSize` is the actual size in bytes; 0 means unknown,
-  /// which the path form looks up. A stream of unknown size whose blocks have trailers cannot be
-  /// judged: "File seek failed.". Logs a warning when the header claims more than `fileSize`.
+  /// ends with a trailer if its blocks do. `fileSize` is the actual size in bytes. 0 stands for
+  /// unknown; the path form then looks it up. Throws "File seek failed." for a stream of unknown
+  /// size whose blocks have trailers, as it cannot be judged. Logs a warning when the header claims
+  /// more than `fileSize`.
   static bool IsFileFinalized(std::shared_ptr<Core::DataReader> reader, uint64_t fileSize);
   static bool IsFileFinalized(const std::string& path, uint64_t fileSize);
 
@@ -49,7 +51,7 @@ class DCAPKIT_API CaptureFileUtil {
   /// Finishes a capture of `fileSize` bytes in place: writes frame count and file size into the
   /// header, makes the last frame, whose `BlockHeader` stands at `lastFrameOffset`, run to the end,
   /// and appends its trailer when `trailerNeeded`. A `frameCount` of 0 writes the header alone.
-  /// A last frame too large for its 32-bit size is refused before anything is written; any other
+  /// Refuses a last frame too large for its 32-bit size before anything is written; any other
   /// failure may leave some of this done.
   static void FinalizeFile(std::shared_ptr<Core::DataWriter> writer, uint64_t fileSize,
                            uint32_t frameCount, uint64_t lastFrameOffset, bool trailerNeeded);
@@ -57,12 +59,12 @@ class DCAPKIT_API CaptureFileUtil {
                            uint64_t lastFrameOffset, bool trailerNeeded);
 
   /// Appends one entry for each frame to `index`, in file order. A block of size 0 ends the index,
-  /// itself included if it is a frame: in an unfinished capture it is the last.
+  /// which still has that block if it is a frame: in an unfinished capture it is the last.
   static void GenerateFrameIndex(std::shared_ptr<Core::DataReader> reader,
                                  std::vector<FrameEntry>* index);
   static void GenerateFrameIndex(const std::string& path, std::vector<FrameEntry>* index);
 
-  /// Finalises the file unless it is finalised already, in which case nothing is written.
+  /// Finalises the file. Writes nothing when it is finalised already.
   static void EnsureFinalization(const std::string& path);
 };
 

@@ -13,6 +13,7 @@ DCAPKIT_CLASS_TABLE(kEGLDecoderTable, "N4Data10EGLDecoderE");
 
 namespace {
 
+// Take the places of removed listeners (`Data/Registry.h`).
 class Deaf : public BlockEventHandler {
   void ProcessBlockStart(uint32_t /*blockType*/) override {}
   void ProcessBlockEnd(uint32_t /*blockType*/) override {}
@@ -86,12 +87,14 @@ void DCAPDecodeConsumer::ProcessMethodCall(const SubBlockHeader& header, const M
 }
 
 // The library's own decoders, not those derived from them, claim known identifiers and are called
-// straight: two virtual calls for each decoder are dear beside a small call.
+// straight: two virtual calls for each decoder are dear beside a small call. They are recognised
+// here and not in AddDecoder, where the object may not be constructed yet.
 void DCAPDecodeConsumer::ProcessFunctionCall(const SubBlockHeader& header,
                                              const FunctionCallDesc& desc,
                                              const unsigned char* data, unsigned int size) {
   const auto id = static_cast<ApiCallType>(desc.callId);
-  // Copies, since every call of a decoder might change what the references lead to.
+  // Copies: for all that the compiler knows, a decoder changes the originals, so it would load them
+  // anew.
   const uint32_t callId = desc.callId;
   const uint32_t threadId = header.threadId;
   const bool threadIdsPresent = threadIdsPresent_;

@@ -22,22 +22,24 @@ namespace Data {
 ///     consumer.AddMetaHandler(&myMetaHandler);
 ///     processor.Initialize(&consumer, reader, 0);
 ///
-/// Every call goes to all decoders that claim its identifier; one that nobody claims is dropped.
+/// Every call goes to all decoders that claim its identifier; a call that none claims is dropped.
 /// Metadata goes through a `MetaDecoder` of its own to the meta handlers, block boundaries to the
-/// block event handlers. When the capture records thread ids, decoders and meta handlers are told
-/// of thread changes before the call or record in question; a capture starts on thread 0, so that
-/// nobody is told of that one. File ends and frame numbers go nowhere: derive and override to hear
-/// of them.
+/// block event handlers. When the capture records thread ids, decoders and meta handlers hear of a
+/// thread change before the call or record that brings it; a capture starts on thread 0, so that
+/// nobody hears of that one. File ends and frame numbers go nowhere: derive and override to receive
+/// them.
 ///
-/// Everything registered is borrowed and must outlive its registration; it may be registered before
-/// it is constructed. It is served in the order of registration; an object registered twice is
-/// served twice, and removing it removes the first entry only; removing what is not there does
-/// nothing. Null must not be registered. From inside an operation that the consumer calls, nothing
-/// should be registered or removed; if it is, the call or block at hand does not reach what was
-/// registered, nor any more what was removed.
+/// The consumer borrows listeners, which must outlive their registration but may be registered
+/// before they are constructed. It serves listeners in the order of registration. An object
+/// registered twice is served twice, and removing it removes the first entry only; removing an
+/// object that is not there does nothing. Null must not be registered.
 ///
-/// A consumer may serve one capture after another; registrations, and the thread that decoders and
-/// meta handlers know of, persist.
+/// Do not register or remove from inside an operation that the consumer calls. If it happens,
+/// nothing that was removed is called again, and a new listener is served from the next call,
+/// record or block boundary on at the latest; the one at hand may miss a listener.
+///
+/// A consumer may serve one capture after another. Registrations persist, and so does the thread
+/// that decoders and meta handlers know of.
 class DCAPKIT_API DCAPDecodeConsumer : public DCAPConsumer {
  public:
   DCAPDecodeConsumer();
@@ -52,7 +54,7 @@ class DCAPKIT_API DCAPDecodeConsumer : public DCAPConsumer {
   void AddMetaHandler(MetaHandler* handler);
   void RemoveMetaHandler(MetaHandler* handler);
 
-  // What the processor calls. None of these throws but what decoders and handlers throw.
+  // The processor calls these. They throw only what decoders and handlers throw.
   void ProcessFileStart(const FileHeader& header) override;
   void ProcessFileEnd() override;
   void ProcessBlockStart(const BlockHeader& header) override;

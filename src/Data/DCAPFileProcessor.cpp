@@ -139,6 +139,7 @@ void DCAPFileProcessor::Walk::ReadFileHeader(uint64_t actualSize) {
   threadIdsPresent = HasThreadIds(stored.optionMask);
   blockTrailersPresent = HasTrailers(stored.optionMask);
   inflater.emplace(stored.optionMask);
+  // Stored only now, so that versions stay 0 for a header that cannot be used.
   header = stored;
   NoteCompression();
   consumer->ProcessFileStart(header);
@@ -163,7 +164,7 @@ bool DCAPFileProcessor::ProcessNextBlock() {
   try {
     return ProcessBlock();
   } catch (...) {
-    // The reader may overwrite what it showed as soon as somebody else uses it.
+    // The reader may overwrite the shown bytes as soon as somebody else uses it.
     walk_->window.Abandon();
     throw;
   }
@@ -171,6 +172,8 @@ bool DCAPFileProcessor::ProcessNextBlock() {
 
 bool DCAPFileProcessor::ProcessBlock() {
   Walk& walk = *walk_;
+  // Asked of the reader, which replaying the frame seeks. It stands here, as nothing is read ahead
+  // between two blocks.
   const uint64_t blockStart = walk.window.Reader()->Tell();
   BlockHeader block{};
   if (walk.window.ReadOutside(&block, sizeof(block)) != sizeof(block)) {
@@ -186,6 +189,7 @@ bool DCAPFileProcessor::ProcessBlock() {
       more = walk.ProcessFrameBlock(block);
       if (loopFrameNumber != 0 && loopFrameNumber == walk.currentFrame) {
         if (!walk.window.SeekTo(blockStart)) Fail(BlockHeaderFailMsg);
+        // For ever: there is no count to run out.
         if (loopRepeatCount == 0) return true;
         more = --loopRepeatCount != 0;
       }
@@ -216,12 +220,16 @@ bool DCAPFileProcessor::ProcessNextFrame() {
 }
 
 void DCAPFileProcessor::ContinueAt(uint64_t position, uint32_t frameNumber) {
+  // Threads keep their indices: a jump must not change whom `threadFilter` means, and a walk that
+  // goes back meets the same threads again.
   if (walk_ == nullptr || !walk_->window.SeekTo(position)) Fail(BlockHeaderFailMsg);
   walk_->currentFrame = frameNumber;
 }
 
-// Leaves out a block, or a sub-block. What would reach beyond the size in the header, which is 0 in
-// an unfinished capture, leads to the end of the stream.
+// Leaves out a block, or a sub-block. One that reaches beyond the size in the header has no end to
+// go on from, so the walk goes to the end of the stream and says that it stands at that size: this
+// ends a capture for AtEof even where the stream is longer. The size is 0 in an unfinished capture,
+// where AtEof asks the reader; any skip ends it, as its sizes may not have been written.
 bool DCAPFileProcessor::Walk::SkipBlock(uint32_t size) {
   if (window.Position() + size > header.fileSize) {
     window.SkipToEnd(header.fileSize);
@@ -232,6 +240,8 @@ bool DCAPFileProcessor::Walk::SkipBlock(uint32_t size) {
 }
 
 bool DCAPFileProcessor::Walk::ProcessFrameBlock(const BlockHeader& block) {
+  // Every size is compared with `remaining` before it is taken from it, so that no lie makes it
+  // wrap.
   uint32_t remaining = block.size;
   window.BeginBlock(block.size);
   if (blockTrailersPresent) {
@@ -316,6 +326,7 @@ inline void DCAPFileProcessor::Walk::ProcessCall(const SubBlockHeader& subHeader
   uint32_t size = subHeader.size - kDescSize;
   const auto desc = Load<Desc>(body);
 
+  // By pointer, so that plain calls do not pay for a copy of the header.
   const SubBlockHeader* seen = &subHeader;
   [[maybe_unused]] SubBlockHeader plainHeader{};
   if constexpr (kIsPacked) {
@@ -346,6 +357,7 @@ inline void DCAPFileProcessor::Walk::ProcessCall(const SubBlockHeader& subHeader
 
 inline void DCAPFileProcessor::Walk::ProcessMetadata(const SubBlockHeader& subHeader) {
   const unsigned char* body = TakeBody(subHeader, sizeof(MetadataDesc));
+  // Only now: damage in the calls of a thread that is left out ends processing, too.
   if (IsThreadFiltered(subHeader)) return;
   const uint32_t size = subHeader.size - static_cast<uint32_t>(sizeof(MetadataDesc));
   const unsigned char* payload = Aligned(body + sizeof(MetadataDesc), size);
@@ -356,7 +368,7 @@ inline void DCAPFileProcessor::Walk::ProcessMetadata(const SubBlockHeader& subHe
 const unsigned char* DCAPFileProcessor::Walk::Aligned(const unsigned char* payload, uint32_t size) {
   if (size == 0 || reinterpret_cast<uintptr_t>(payload) % alignof(uint32_t) == 0) return payload;
   if (alignedCapacity < size) {
-    alignedCapacity = 0;  // for the case that there is no memory
+    alignedCapacity = 0;  // stays true when there is no memory
     aligned = std::make_unique_for_overwrite<unsigned char[]>(size);
     alignedCapacity = size;
   }
@@ -367,6 +379,7 @@ const unsigned char* DCAPFileProcessor::Walk::Aligned(const unsigned char* paylo
 // Threads -----------------------------------------------------------------------------------------
 
 inline bool DCAPFileProcessor::Walk::IsThreadFiltered(const SubBlockHeader& subHeader) {
+  // The thread is mostly that of the sub-block before: then the map need not be asked.
   if (threadIdsPresent && (subHeader.threadId != lastThreadId || lastThreadIndex == 0)) {
     NoteThread(subHeader.threadId);
   }
@@ -381,6 +394,7 @@ void DCAPFileProcessor::Walk::NoteThread(uint32_t threadId) {
 }
 
 bool DCAPFileProcessor::Walk::FilterDropsThread() const {
+  // Read anew each time, as the caller may change the settings between two blocks.
   if (currentFrame < settings->threadFilterStartFrame) return false;
   const std::vector<uint32_t>& wanted = settings->threadFilter;
   return std::find(wanted.begin(), wanted.end(), lastThreadIndex) == wanted.end();

@@ -23,17 +23,20 @@ namespace Data {
 ///     while (processor.ProcessNextFrame()) {
 ///     }
 ///
-/// A processor serves one capture and one thread at a time. It shares the reader, borrows the
-/// consumer, and reads ahead inside a block, never beyond it: between two calls of
+/// A processor serves one capture, on one thread at a time. It shares the reader and borrows the
+/// consumer. It reads ahead inside a block, never beyond it: between two calls of
 /// `ProcessNextBlock` the reader stands at a block boundary. Inside a block nobody else may use the
-/// reader; what the consumer receives may lie in the reader's own memory (`Core/ViewReader.h`).
+/// reader: the bytes that the consumer receives may lie in the reader's own memory
+/// (`Core/ViewReader.h`).
 ///
-/// Errors of the format or of the stream are thrown as `Core::BasicException` with one of the texts
-/// below and end processing; what a consumer throws passes through and ends it too. Whatever bytes
-/// the stream holds, sizes found in it neither wrap nor get memory that the stream does not back.
-/// Survived, with a log line: blocks and sub-blocks of unknown type (skipped), a file size in the
-/// header that is not the actual one, compressed calls that state a size of 0 (dropped), and a last
-/// frame cut short (ends the stream).
+/// The processor throws errors of the format and of the stream as `Core::BasicException` with one
+/// of the texts below; they end processing. An exception of the consumer passes through and ends it
+/// too. Whatever bytes the stream holds, sizes found in it neither wrap nor get memory that the
+/// stream does not back.
+///
+/// It survives, with a log line: blocks and sub-blocks of unknown type (skipped), a file size in
+/// the header that is not the actual one, compressed calls that state a size of 0 (dropped), and a
+/// last frame cut short (ends the stream).
 class DCAPKIT_API DCAPFileProcessor {
  public:
   DCAPFileProcessor();
@@ -42,40 +45,44 @@ class DCAPKIT_API DCAPFileProcessor {
   DCAPFileProcessor& operator=(const DCAPFileProcessor&) = delete;
 
   /// Reads the file header from `reader` and hands it to the `consumer`, which must outlive its
-  /// use. `fileSize` is the size of the whole stream in bytes, 0 when unknown; it is only compared
-  /// with the size in the header, and a difference logged.
+  /// use. `fileSize` is the size of the whole stream in bytes, 0 when unknown. The processor only
+  /// compares it with the size in the header and logs a difference.
   ///
-  /// Returns false when it initialised now and true when the processor had been initialised before,
-  /// in which case nothing else happens: false is NOT a failure. Failures are thrown:
+  /// Returns false when it has initialised the processor. Returns true when the processor had been
+  /// initialised before, and does nothing else then: false is NOT a failure. Throws
   /// `InvalidReaderMsg` (also for null), `FileHeaderFailMsg`, `FourCCFailMsg`,
   /// `CompressionTypeFailMsg`.
   bool Initialize(DCAPConsumer* consumer, const std::shared_ptr<Core::DataReader>& reader,
                   uint64_t fileSize);
 
-  /// Processes one block of any type. True when there is more to come; false when the stream has
-  /// ended: the consumer has then had `ProcessFileEnd`, unless no further block header could be
-  /// read. Must not be called again after it returned false or threw.
+  /// Processes one block of any type. Returns true when there is more to come, and false when the
+  /// stream has ended: the consumer has then had `ProcessFileEnd`, unless no further block header
+  /// could be read. Must not be called again after it returned false or threw.
   bool ProcessNextBlock();
 
-  /// Processes blocks up to and including the next frame. Result and rules as `ProcessNextBlock`.
+  /// Processes blocks up to and including the next frame. Result and rules are those of
+  /// `ProcessNextBlock`.
   bool ProcessNextFrame();
 
-  /// Goes on with the block that begins at `position`, as if all before it had been processed and
-  /// the last frame there had the sequence number `frameNumber` (0 when there is none: a type-2
-  /// block counts as standing before the first frame then). To be called after `Initialize`,
-  /// between two blocks, at any time, going back included; indices of threads are those of what has
-  /// been processed. Throws `BlockHeaderFailMsg` when the stream cannot be there.
+  /// Goes on with the block that begins at `position`, as if all blocks before it had been
+  /// processed and the last frame among them had the sequence number `frameNumber`. 0 says that no
+  /// frame comes before: a type-2 block then counts as standing before the first.
+  ///
+  /// Call it after `Initialize`, between two blocks, at any time; `position` may lie before the
+  /// current one. Threads keep the indices that they have, and a new one gets the next. Throws
+  /// `BlockHeaderFailMsg` when the stream cannot be there.
   void ContinueAt(uint64_t position, uint32_t frameNumber);
 
+  /// Return the version in the file header, 0 before `Initialize`.
   [[nodiscard]] unsigned char GetFileVersionMajor() const;
   [[nodiscard]] unsigned char GetFileVersionMinor() const;
 
-  /// True when all of the capture has been processed: measured by the file size in the header, or,
-  /// when that is 0 (unfinished capture), by the reader. True before `Initialize`.
+  /// True when all of the capture has been processed: by the file size in the header or, when that
+  /// is 0 (unfinished capture), by the reader. True before `Initialize`.
   [[nodiscard]] bool AtEof() const;
 
-  /// Bytes of the capture processed so far: after a failure, where in the stream it was noticed.
-  /// The reader may stand further on, since blocks are read ahead.
+  /// Returns the bytes of the capture processed so far; after a failure, the place in the stream
+  /// where the processor noticed it. The reader may stand further on, since blocks are read ahead.
   [[nodiscard]] uint64_t Position() const;
 
   // The texts of the exceptions, `what()`.
@@ -92,18 +99,18 @@ class DCAPKIT_API DCAPFileProcessor {
   static const std::string SubBlockDescFailMsg;
   static const std::string SubBlockDataFailMsg;
 
-  // Settings of the caller, to be changed at any time between two calls.
+  // Settings of the caller, who may change them at any time between two calls.
 
-  /// Processes the next type-2 block instead of skipping it; cleared by that block. `Initialize`
-  /// clears it, so set it afterwards.
+  /// Processes the next type-2 block instead of skipping it; that block clears it. `Initialize`
+  /// clears it too, so set it afterwards.
   bool processNextType2Block = false;
   /// Sequence number of the frame to replay; 0 for none. The capture ends with that frame.
   uint32_t loopFrameNumber = 0;
-  /// How many times the frame is still to be delivered in all; 0 is for ever. Counts down.
+  /// How many times the frame is still to be delivered in all; 0 stands for endlessly. Counts down.
   uint32_t loopRepeatCount = 0;
-  /// Indices of the threads whose calls and metadata reach the consumer; empty lets all pass.
-  /// Threads are counted 1, 2, 3, ... in the order of their first sub-block in the stream, frame
-  /// loops not starting the count again. In a capture without thread ids every index is 0.
+  /// Indices of the threads whose calls and metadata reach the consumer; empty lets all pass. The
+  /// processor counts threads 1, 2, 3, ... in the order of their first sub-block in the stream, and
+  /// goes on counting when a frame is replayed. In a capture without thread ids every index is 0.
   std::vector<uint32_t> threadFilter;
   /// The filter applies once the current sequence number is this or greater.
   uint32_t threadFilterStartFrame = 0;

@@ -1,4 +1,5 @@
-// The records of a DCAP file, as they lie in the file and as consumers receive them.
+// The records of a DCAP file, as they lie in the file and as consumers receive them. docs/format.md
+// describes the whole format.
 #ifndef DCAPKIT_DATA_DCAPFORMAT_H
 #define DCAPKIT_DATA_DCAPFORMAT_H
 
@@ -11,12 +12,12 @@ namespace Data {
 static_assert(std::endian::native == std::endian::little, "DCAP files are little-endian");
 static_assert(sizeof(unsigned long) == 8, "stream sizes are 64-bit");
 
-/// First four bytes of a file: "DCAP".
+/// The first four bytes of a file: "DCAP".
 inline constexpr uint32_t kDCAPFourCC = 0x50414344;
 /// The eight bytes that end a block when the file has block trailers.
 inline constexpr uint64_t DCAPFrameTrailer = 0xEEEEEEEEEEEEEEEE;
 
-/// `FileHeader::optionMask`, as far as the library acts on it.
+/// The bits of `FileHeader::optionMask` that the library acts on. It carries all others.
 enum OptionMask : uint32_t {
   kOptionThreadIds = 1u << 6,          ///< sub-block headers carry a thread id
   kOptionNoTrailers = 1u << 8,         ///< blocks do NOT end with a trailer
@@ -92,8 +93,8 @@ static_assert(sizeof(MetadataDesc) == 4);
 
 /// One entry of a frame index (`CaptureFileUtil::GenerateFrameIndex`). Not a file record.
 struct FrameEntry {
-  uint32_t
-      frameNumber;  ///< 1-based ordinal of the type-1 block in the file, not its sequence number
+  /// Ordinal of the type-1 block in the file, counted from 1; not its sequence number.
+  uint32_t frameNumber;
   uint64_t filePosition;  ///< bytes from the start of the file to the block's `BlockHeader`
 };
 

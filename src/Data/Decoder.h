@@ -16,11 +16,12 @@ enum class ApiCallType : uint16_t;
 /// it claims a call and hands the payload to every one that does.
 ///
 /// The library brings `EGLDecoder` and `GLDecoder`. Derive to decode calls of another range, or to
-/// see payloads of these ranges undecoded. The order of the virtual operations is part of the
-/// interface; payloads are borrowed for the duration of one operation.
+/// see payloads of these ranges undecoded. Classes compiled with -fno-rtti work. The order of the
+/// virtual operations is part of the interface; payloads are borrowed for the duration of one
+/// operation.
 ///
 /// A payload holds the parameters one after another, unpadded, then the recorded result if there is
-/// one. A handler keeps a running offset and advances it by what each read returns:
+/// one. A handler keeps a running offset and advances it by the count that each read returns:
 ///
 ///     uint32_t target = 0;
 ///     uint32_t buffer = 0xFFFFFFFF;
@@ -59,16 +60,17 @@ class DCAPKIT_API Decoder {
   }
 
   /// Copies the `width` bytes at `offset` of the payload to `dest` and returns `width`. Returns 0
-  /// with `dest` untouched when `width` is 0 or the value is not there whole: silently when
-  /// `offset` is at or beyond the end, with a log line when the payload ends inside the value.
+  /// and leaves `dest` untouched when `width` is 0 or the payload does not hold the whole value:
+  /// silently when `offset` is at or beyond the end, with a log line when the payload ends inside
+  /// the value.
   static uint32_t ExtractValue(const uint8_t* data, uint32_t size, uint32_t offset, uint32_t width,
                                void* dest) {
     return BoundedRead(data, size, offset, width, dest, &LogCutValue);
   }
 
-  /// Decodes the pointer parameter at `offset` into `dest` and returns the bytes it took. Elements
-  /// of arrays and single values have `elementSize` bytes. A null `dest` reads nothing, returns 0.
-  /// Throws std::bad_alloc as `PointerData::Decode` does.
+  /// Decodes the pointer parameter at `offset` into `dest` and returns the bytes that it took.
+  /// Elements of arrays and single values have `elementSize` bytes. A null `dest` reads nothing and
+  /// returns 0. Throws std::bad_alloc as `PointerData::Decode` does.
   static uint32_t ExtractPointerData(const uint8_t* data, uint32_t size, uint32_t offset,
                                      uint32_t elementSize, PointerData* dest) {
     return dest == nullptr ? 0 : dest->Decode(data, size, offset, elementSize);

@@ -6,6 +6,7 @@ namespace Data {
 
 namespace {
 
+// Takes the places of removed adapters (`Data/Registry.h`).
 EGLAdapter nobody;
 
 }  // namespace

@@ -15,8 +15,8 @@ namespace Data {
 
 /// Turns the payloads of recorded EGL calls into operations on the registered adapters.
 ///
-/// A payload that is too short leaves the values it does not hold at their defaults; the adapters
-/// are called all the same. Nothing here throws but what an adapter throws and `std::bad_alloc`.
+/// A payload that is too short leaves the values that it does not hold at their defaults; the
+/// adapters are called all the same. Decoding throws what an adapter throws, and `std::bad_alloc`.
 class DCAPKIT_API EGLDecoder : public Decoder {
  public:
   EGLDecoder();
@@ -24,22 +24,25 @@ class DCAPKIT_API EGLDecoder : public Decoder {
   EGLDecoder(const EGLDecoder&) = delete;
   EGLDecoder& operator=(const EGLDecoder&) = delete;
 
-  /// Appends a borrowed adapter; adapters are called in the order in which they were added, one
-  /// added twice is called twice. Not to be called while a call is being decoded.
+  /// Appends a borrowed adapter, which must outlive its registration but may be registered before
+  /// it is constructed. Adapters are called in the order in which they were added; one added twice
+  /// is called twice. Do not add or remove adapters from inside their operations. If it happens, no
+  /// adapter is called after its removal, and a new one receives the next operation at the latest;
+  /// others may miss the operation at hand.
   void AddAdapter(EGLAdapter* adapter);
-  /// Removes the first entry equal to `adapter`, if there is one.
+  /// Removes the first entry of `adapter`; does nothing when there is none.
   void RemoveAdapter(EGLAdapter* adapter);
 
   /// True for 0x8000 to 0x8042, reserved identifiers included.
   bool SupportsId(ApiCallType id) override;
-  /// Decodes one call and calls the adapters. A reserved or foreign identifier is only logged.
+  /// Decodes one call and calls the adapters. Only logs a reserved or foreign identifier.
   void ProcessFunctionCall(ApiCallType id, const uint8_t* data, uint32_t size) override;
   /// EGL has no method calls: does nothing.
   void ProcessMethodCall(ApiCallType /*id*/, uint32_t /*value*/, const uint8_t* /*data*/,
                          uint32_t /*size*/) override {}
   void ProcessThreadChange(uint32_t threadId) override;
 
-  // One handler for each call, which decodes its payload.
+  // One handler for each call, which decodes its payload and calls the adapters.
   void Process_eglGetError(const uint8_t* payload, uint32_t payloadSize);
   void Process_eglGetDisplay(const uint8_t* payload, uint32_t payloadSize);
   void Process_eglInitialize(const uint8_t* payload, uint32_t payloadSize);

@@ -22,6 +22,7 @@ namespace {
       "GL decoder encountered an unrecognized function ID when processing vertex attrib data.");
 }
 
+// Takes the places of removed adapters (`Data/Registry.h`).
 GLAdapter nobody;
 
 // The bytes of an array, or null for every other pointer.
@@ -50,6 +51,10 @@ void GLDecoder::ProcessThreadChange(uint32_t threadId) {
 
 // Vertex arrays in client memory ------------------------------------------------------------------
 
+// Adapters receive the arrays record by record and the draw operation after the last. So the bytes
+// belong to the decoder and live until the handler has called the draw operation. When an adapter
+// throws, its caller decides what becomes of them (`DestroyVertexAttribArrayData`).
+
 uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* data, uint32_t size,
                                                  uint32_t offset) {
   // Set once for the whole block: a field that cannot be read keeps the previous record's value.
@@ -71,7 +76,9 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
     }
   };
 
-  uint64_t unbacked = 0;  // allocated on the word of this block, without bytes in the payload
+  // Allocated on the word of this block, without bytes in the payload. One sum for all records, as
+  // their buffers live together.
+  uint64_t unbacked = 0;
   for (uint32_t record = 0; record < count; ++record) {
     if (count > size && position + sizeof(function) > size) {
       break;  // such a count cannot be honest, and no further record begins
@@ -90,10 +97,13 @@ uint32_t GLDecoder::ProcessVertexAttribArrayData(uint32_t count, const uint8_t* 
       continue;
     }
     if ((pointerFlags & PointerFlagAddress) != 0) {
+      // Skipped unread, perhaps past the end: no adapter receives it.
       position += sizeof(uint64_t);
     }
     read(&dataLength);
 
+    // The client's array begins `dataOffset` bytes before the recorded ones. The buffer has those
+    // bytes too, unset, so that indices count from its start as they did from the array's.
     uint8_t* buffer = nullptr;
     if (dataLength != 0) {
       const uint64_t left = position < size ? size - position : 0;
@@ -147,6 +157,9 @@ void GLDecoder::DestroyVertexAttribArrayData() {
   }
   vertexAttribBuffers_.clear();
 }
+
+// The draw calls that carry client memory follow one pattern: parameters, vertex records, the draw
+// operation, and then nobody needs the bytes any more.
 
 void GLDecoder::Process_glDrawArrays(const uint8_t* payload, uint32_t payloadSize) {
   uint32_t mode = 0;
@@ -297,6 +310,7 @@ void GLDecoder::Process_glFlushMappedBufferRange(const uint8_t* payload, uint32_
   uint32_t offset = 0;
   uint32_t length = 0;
   const uint32_t dataOffset = ExtractParameters(payload, payloadSize, &target, &offset, &length);
+  // The bytes come first: an adapter that forwards the call has them then.
   ProcessFlushMappedBufferRangeData(target, offset, length, payload, payloadSize, dataOffset);
   for (GLAdapter* adapter : adapters_) {
     adapter->glFlushMappedBufferRange(target, offset, length);
@@ -308,6 +322,7 @@ uint32_t GLDecoder::ProcessUnmapBufferData(uint32_t target, const uint8_t* data,
   PointerData mapped;
   const uint32_t consumed = ExtractPointerData(data, size, offset, 1, &mapped);
   for (GLAdapter* adapter : adapters_) {
+    // The length is the size of the content, whatever its kind; only an array has bytes to show.
     adapter->UnmapBufferData(target, mapped.elementSize * mapped.count, ArrayBytes(mapped));
   }
   return consumed;

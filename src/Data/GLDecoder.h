@@ -16,43 +16,48 @@ namespace Data {
 
 /// Turns the payloads of recorded OpenGL ES calls into operations on the registered adapters.
 ///
-/// A payload that is too short leaves the values it does not hold at their defaults; the adapters
-/// are called all the same. Nothing here throws but what an adapter throws and `std::bad_alloc`.
+/// A payload that is too short leaves the values that it does not hold at their defaults; the
+/// adapters are called all the same. Decoding throws what an adapter throws, and `std::bad_alloc`.
 class DCAPKIT_API GLDecoder : public Decoder {
  public:
   GLDecoder();
-  /// Does not free client vertex data still held after an adapter threw during a draw call.
+  /// Does not free client vertex data: see `DestroyVertexAttribArrayData`.
   ~GLDecoder() override;
   GLDecoder(const GLDecoder&) = delete;
   GLDecoder& operator=(const GLDecoder&) = delete;
 
-  /// Appends a borrowed adapter; adapters are called in the order in which they were added, one
-  /// added twice is called twice. Not to be called while a call is being decoded.
+  /// Appends a borrowed adapter, which must outlive its registration but may be registered before
+  /// it is constructed. Adapters are called in the order in which they were added; one added twice
+  /// is called twice. Do not add or remove adapters from inside their operations. If it happens, no
+  /// adapter is called after its removal, and a new one receives the next operation at the latest;
+  /// others may miss the operation at hand.
   void AddAdapter(GLAdapter* adapter);
-  /// Removes the first entry equal to `adapter`, if there is one.
+  /// Removes the first entry of `adapter`; does nothing when there is none.
   void RemoveAdapter(GLAdapter* adapter);
 
   /// True for 0x9000 to 0x9212, reserved identifiers included.
   bool SupportsId(ApiCallType id) override;
-  /// Decodes one call and calls the adapters. A reserved or foreign identifier is only logged.
+  /// Decodes one call and calls the adapters. Only logs a reserved or foreign identifier.
   void ProcessFunctionCall(ApiCallType id, const uint8_t* data, uint32_t size) override;
   /// OpenGL ES has no method calls: does nothing.
   void ProcessMethodCall(ApiCallType /*id*/, uint32_t /*value*/, const uint8_t* /*data*/,
                          uint32_t /*size*/) override {}
   void ProcessThreadChange(uint32_t threadId) override;
 
-  // Client data. All read a payload `data` of `size` bytes from `offset` and return the bytes that
-  // they consumed.
+  // Client data. Each operation reads a payload `data` of `size` bytes from `offset` and returns
+  // the bytes that it consumed.
 
-  /// Decodes `count` vertex attribute records, calling the adapters for each that holds data. Their
+  /// Decodes `count` vertex attribute records and calls the adapters for each that holds data. The
   /// bytes stay allocated until `DestroyVertexAttribArrayData`.
   uint32_t ProcessVertexAttribArrayData(uint32_t count, const uint8_t* data, uint32_t size,
                                         uint32_t offset);
   /// Decodes the record count and the records that follow a draw call's parameters.
   uint32_t ProcessDrawArraysData(const uint8_t* data, uint32_t size, uint32_t offset);
-  /// The same for the glDrawElements family.
+  /// Does the same for the glDrawElements family.
   uint32_t ProcessDrawElementsData(const uint8_t* data, uint32_t size, uint32_t offset);
-  /// Frees the vertex data of a draw call once the adapters have seen the draw operation.
+  /// Frees the vertex data of a draw call. Handlers call it once the adapters have seen the draw
+  /// operation. Call it yourself after an exception has left a draw call: the decoder keeps the
+  /// bytes until the next draw call has been decoded, and its destructor leaks them.
   void DestroyVertexAttribArrayData();
   /// Decodes the flushed bytes and calls `FlushMappedBufferRangeData` on the adapters.
   uint32_t ProcessFlushMappedBufferRangeData(uint32_t target, uint32_t offset, uint32_t length,
@@ -62,7 +67,7 @@ class DCAPKIT_API GLDecoder : public Decoder {
   uint32_t ProcessUnmapBufferData(uint32_t target, const uint8_t* data, uint32_t size,
                                   uint32_t offset);
 
-  // One handler for each call, which decodes its payload.
+  // One handler for each call, which decodes its payload and calls the adapters.
   void Process_glActiveTexture(const uint8_t* payload, uint32_t payloadSize);
   void Process_glAttachShader(const uint8_t* payload, uint32_t payloadSize);
   void Process_glBindAttribLocation(const uint8_t* payload, uint32_t payloadSize);

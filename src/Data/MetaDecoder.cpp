@@ -13,12 +13,14 @@ namespace {
 using Core::Log;
 using Handlers = Registry<MetaHandler>;
 
+// Takes the places of removed handlers (`Data/Registry.h`).
 class : public MetaHandler {
 } nobody;
 
 constexpr char kUnit[] = "src/Data/MetaDecoder";
 constexpr char kCut[] =
     "DCAP metadata decoding error: block is too small to contain all expected data";
+// Site numbers are part of the messages (`Core::Log::Record::line`): filters go by them.
 constexpr int kCutValueSite = 213;
 constexpr int kCutArraySite = 241;
 constexpr int kUnknownTextSite = 89;
@@ -26,7 +28,7 @@ constexpr int kUnknownCommandSite = 128;
 constexpr int kUnknownStateSite = 171;
 constexpr int kUnknownTypeSite = 184;
 
-// What names an object and is missing.
+// The default of arguments that name an object.
 constexpr uint32_t kAllBits = 0xFFFFFFFF;
 
 void LogCut(int site) {
@@ -34,7 +36,8 @@ void LogCut(int site) {
 }
 void LogCutValue() { LogCut(kCutValueSite); }
 
-// Reads one record from its start to its end, and owns the names that it makes meanwhile.
+// Reads one record from its start to its end, and owns the names that it makes meanwhile. A read
+// that fails takes no bytes, so that a shorter value after it may still be found.
 class RecordReader {
  public:
   RecordReader(uint32_t subtype, const uint8_t* data, uint32_t size)
@@ -57,9 +60,9 @@ class RecordReader {
   // A NUL-terminated copy of a text, all NUL when the payload cuts it; null for no length.
   char* Text(uint32_t length) {
     if (length == 0) return nullptr;
-    if (length > BytesLeft()) RequireClaimedSize(claimed_ += length);
+    if (length > BytesLeft()) RequireUnbackedSize(claimed_ += length);
     char* text = texts_.emplace_back(MakeZeroed<char>(uint64_t{length} + 1)).get();
-    ReadBytes(text, length);
+    ReadBytes(text, length);  // all or nothing: a cut name stays empty
     return text;
   }
   char* Name(int32_t length) { return Text(static_cast<uint32_t>(std::max(length, 0))); }
@@ -108,6 +111,7 @@ class RecordReader {
   std::vector<ZeroedArray<char>> texts_;
 };
 
+// Every handler receives the same record, which is decoded once.
 template <typename... Parameters, typename... Arguments>
 void Deliver(const Handlers& handlers, void (MetaHandler::*operation)(Parameters...),
              const Arguments&... arguments) {
@@ -154,6 +158,7 @@ void DecodeImageContent(RecordReader& in, const Handlers& handlers) {
   uint32_t image = kAllBits;
   EglImageBufferDesc desc{};
   in.Read(&image, &desc.f0, &desc.f1, &desc.f2, &desc.f3, &desc.planeCount);
+  // Zeroed, as are all tables: fields that the payload does not hold reach handlers as zeros.
   ZeroedArray<EglImagePlane> planes;
   if (!in.MakeEntries(desc.planeCount, 20, &planes)) return;
   desc.planes = planes.get();
@@ -195,7 +200,8 @@ void DecodeAttributes(RecordReader& in, const Handlers& handlers) {
   in.Read(&a0, &a1, &count);
   ZeroedArray<uint32_t> values;
   if (!in.MakeEntries(count, sizeof(uint32_t), &values)) return;
-  // One read for all. A width beyond 32 bits is as short as the widest.
+  // One read for all: they are there whole or not at all. A width beyond 32 bits fails like the
+  // largest one.
   const uint64_t width = uint64_t{count} * sizeof(uint32_t);
   in.ReadBytes(values.get(), static_cast<uint32_t>(std::min<uint64_t>(width, UINT32_MAX)));
   Deliver(handlers, operation, a0, a1, values.get(), count);
@@ -256,6 +262,7 @@ void ReadEntry(RecordReader& in, GLStorageBlockDesc& entry) {
 
 template <typename Entry, void (MetaHandler::*operation)(uint32_t, uint32_t, const Entry*)>
 void DecodeProgramTable(RecordReader& in, const Handlers& handlers) {
+  // Without it a count could claim entries that take no bytes.
   static_assert(kLeastBytes<Entry> != 0);
   uint32_t program = kAllBits;
   uint32_t count = 0;
@@ -306,6 +313,7 @@ constexpr RecordKind kRecordKinds[] = {
 };
 
 const RecordKind* FindKind(uint32_t type, uint32_t subtype) {
+  // Records are rare beside calls: a search through 21 rows will do.
   for (const RecordKind& kind : kRecordKinds) {
     if (kind.type == type && (kind.subtype == subtype || type == kMetadataRaw)) return &kind;
   }

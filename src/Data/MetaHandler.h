@@ -12,11 +12,13 @@ namespace Data {
 
 /// Receives the metadata records of a capture, one operation a record, from a `MetaDecoder`.
 ///
-/// Override what is of interest; the defaults do nothing. The order of the operations is part of
-/// the interface. Every pointer is valid only until the operation returns, and what it throws ends
-/// the decoding of the record. Arguments named `a0`, `a1`, ... are passed on as recorded, the
-/// format fixes their order and width, not their meaning; those missing from a short payload are 0
-/// unless stated otherwise (all bits set: 0xFFFFFFFF).
+/// Override the operations of interest; the defaults do nothing. The order of the operations is
+/// part of the interface. Every pointer is valid only until the operation returns. An exception
+/// that an operation throws ends the decoding of the record.
+///
+/// Arguments named `a0`, `a1`, ... are passed on as recorded: the format fixes their order and
+/// width, not their meaning. Arguments missing from a short payload are 0, or have all bits set
+/// (0xFFFFFFFF) where that is stated.
 class DCAPKIT_API MetaHandler {
  public:
   virtual ~MetaHandler() = default;
@@ -30,7 +32,7 @@ class DCAPKIT_API MetaHandler {
   virtual void ProcessTextMetadata3(const uint8_t* /*data*/, uint32_t /*size*/) {}
 
   /// A message for the person who looks at the capture; it ends at its first NUL. An empty one
-  /// never arrives: see `MetaDecoder::ProcessMetadata`.
+  /// never arrives: `MetaDecoder::ProcessMetadata` throws.
   virtual void DisplayMessage(const std::string& /*message*/) {}
 
   /// `a0` and `a1` have all bits set when missing.

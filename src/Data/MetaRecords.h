@@ -7,13 +7,13 @@
 
 namespace Data {
 
-// Fields named by a letter and a number are passed on as recorded; the format fixes their order and
+// Fields named by a letter and a number are passed on as recorded: the format fixes their order and
 // width, not their meaning. Fields that a short payload does not hold are 0, pointers null.
 //
 // Everything is valid only until the handler returns. Names are NUL-terminated copies. Arrays and
 // data point INTO the payload, where nothing is aligned: read arrays with `LoadWord`.
 
-/// Element `index` of an array of 32-bit values that points into a payload.
+/// Returns element `index` of an array of 32-bit values that points into a payload.
 inline uint32_t LoadWord(const uint32_t* array, int32_t index) {
   uint32_t word = 0;
   std::memcpy(&word, reinterpret_cast<const unsigned char*>(array) + int64_t{index} * 4, 4);

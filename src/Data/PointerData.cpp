@@ -24,6 +24,7 @@ uint32_t ReadText(const uint8_t* payload, uint32_t size, uint32_t offset, uint32
                   uint64_t* claimedBytes, char** text, uint32_t* length, bool* claimed) {
   uint32_t consumed = PointerData::ExtractValue(payload, size, offset, 4, length);
   offset += consumed;
+  // The length may be UINT32_MAX.
   const uint64_t bytes = uint64_t{*length} + 1;
   const bool recorded = (textFlags & PointerFlagNoContent) == 0;
   if (recorded && *length <= BytesLeft(size, offset)) {
@@ -109,6 +110,7 @@ uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32
   const uint32_t consumed = ExtractValue(payload, size, offset, 4, &n);
   count = n;
   if (width == 0) return consumed;
+  // A recorder that does not know how much a pointer leads to records a count of 0.
   const bool sizeKnown = n != 0;
   if (!sizeKnown) {
     constexpr int kSite = 395;
@@ -133,6 +135,8 @@ uint32_t PointerData::ExtractArray(const uint8_t* payload, uint32_t size, uint32
 inline uint32_t PointerData::ExtractContent(const uint8_t* payload, uint32_t size, uint32_t offset,
                                             uint64_t bytes) {
   const bool recorded = (flags & PointerFlagNoContent) == 0;
+  // Content that the payload holds overwrites every byte, so it is not cleared first. All other
+  // content is claimed: calloc gives it pages that cost nothing until they are touched.
   if (recorded && bytes <= BytesLeft(size, offset)) {
     arrayData = new uint8_t[bytes];
   } else {
@@ -171,6 +175,7 @@ uint32_t PointerData::ExtractStringArray(const uint8_t* payload, uint32_t size, 
   stringLengths = new uint32_t[n]();
   claimedStrings_ = new bool[n]();
 
+  // All entries share one sum: many small claims are as dear as a large one.
   uint64_t claimedBytes = 0;
   for (uint32_t i = 0; i < n; ++i) {
     consumed += ExtractValue(payload, size, offset + consumed, 4, &stringFlags[i]);
@@ -197,13 +202,14 @@ uint32_t PointerData::ResizeArray(uint32_t n) {
   const uint64_t bytes = uint64_t{n} * elementSize;
   const bool recorded = (flags & PointerFlagNoContent) == 0;
   if (lazy_ && !recorded) {
+    // The old content was never recorded, so zeros take its place.
     uint8_t* grown = MakeZeroed<uint8_t>(bytes).release();
     std::free(arrayData);
     arrayData = grown;
   } else if (lazy_) {
-    // Without a copy, so that pages nobody has touched stay untouched.
+    // Without a copy, which would touch pages that nobody has touched.
     arrayData = Grow(arrayData, bytes);
-    claimed_ = false;  // from here on the caller knows what it holds
+    claimed_ = false;  // the content is the caller's own now
   } else {
     auto* grown = new uint8_t[bytes];
     if (arrayData != nullptr && recorded) {
@@ -226,7 +232,7 @@ uint32_t PointerData::ResizeString(uint32_t n) {
   char* grown = lazy_ ? MakeZeroed<char>(bytes).release() : new char[bytes]();
   if (stringData != nullptr && (flags & PointerFlagNoContent) == 0) {
     std::memcpy(grown, stringData, count);
-    claimed_ = false;  // from here on the caller knows what it holds
+    claimed_ = false;  // the content is the caller's own now
   }
   FreeText(stringData, lazy_);
   data = stringData = grown;
@@ -236,6 +242,7 @@ uint32_t PointerData::ResizeString(uint32_t n) {
 
 void PointerData::FreeBuffers() noexcept {
   claimed_ = false;
+  // As they were allocated: claimed content with calloc, all other with new[].
   if (std::exchange(lazy_, false)) {
     std::free(arrayData);
     std::free(stringData);

@@ -9,7 +9,8 @@
 
 namespace Data {
 
-/// The flags word that begins a pointer block. Two bits give the kind of content.
+/// The flags word that begins a pointer block. The bits of `PointerKindMask` give the kind of
+/// content.
 enum PointerFlags : uint32_t {
   PointerFlagValue = 0x1,        ///< kind 0: a single value of the element size follows
   PointerKindArray = 0x2,        ///< an element count and the elements
@@ -21,9 +22,9 @@ enum PointerFlags : uint32_t {
   PointerFlagSizeOnly = 0x20,   ///< arrays: the element count is recorded, and no buffer is made
 };
 
-/// What a pointer parameter pointed to when the call was recorded: nothing, an address, one value,
-/// an array, a string or an array of strings. Adapters receive it as `const PointerData*`, valid
-/// only until they return, and read `data` and `count`:
+/// A pointer parameter as it was when the call was recorded: null, an address, one value, an array,
+/// a string or an array of strings. Adapters receive it as `const PointerData*`, valid only until
+/// they return, and read `data` and `count`:
 ///
 ///     void glShaderSource(uint32_t shader, int32_t count, const PointerData* string,
 ///                         const PointerData* length) override {
@@ -32,14 +33,14 @@ enum PointerFlags : uint32_t {
 ///         if (string->strings[i] != nullptr) Append(string->strings[i], string->stringLengths[i]);
 ///     }
 ///
-/// The object owns its buffers, all of them copies; none points into the payload, so their
+/// The object owns its buffers. All are copies that do not point into the payload, so their
 /// alignment suits any element. It is neither copied nor assigned.
 class DCAPKIT_API PointerData {
  public:
-  /// What `ResizeArray` and `ResizeString` return.
+  /// The results of `ResizeArray` and `ResizeString`.
   enum ResizeResult : uint32_t { kResized = 0, kWrongKind = 1, kZeroSize = 6 };
 
-  /// Elements of the buffer made for an array whose recorded count is 0: its size is not known.
+  /// Elements of the buffer made for an array whose recorded count is 0, which stands for unknown.
   static constexpr uint32_t kDefaultArrayCount = 512;
 
   PointerData() = default;
@@ -47,7 +48,7 @@ class DCAPKIT_API PointerData {
   PointerData& operator=(const PointerData&) = delete;
   virtual ~PointerData() { Clear(); }
 
-  /// Frees every buffer and sets every member to zero or null except `elementSize`, which stays.
+  /// Frees every buffer and sets every member to zero or null, but keeps `elementSize`.
   void Clear() noexcept {
     if (arrayData != nullptr || stringData != nullptr || strings != nullptr) FreeBuffers();
     decoded = false;
@@ -57,41 +58,45 @@ class DCAPKIT_API PointerData {
     data = nullptr;
   }
 
-  /// Decodes the pointer block at `offset` of a payload of `size` bytes, freeing what was held
-  /// before, and returns the bytes the block took. The size of array elements and single values is
-  /// `width`; the file does not know it. Returns 0 with `decoded` false for an empty payload.
+  /// Decodes the pointer block at `offset` of a payload of `size` bytes, frees the buffers held
+  /// before, and returns the bytes that the block took. `width` is the size of array elements and
+  /// single values in bytes, which no capture records. Returns 0, with `decoded` false, for an
+  /// empty payload.
   ///
-  /// A payload that is too short is logged and decoded as far as it goes: missing counts are 0 and
+  /// Logs a payload that is too short and decodes it as far as it goes: missing counts are 0 and
   /// missing bytes are zero. Throws std::bad_alloc when memory is short, when claimed contents
   /// exceed `kMaxClaimedBytes` or other unbacked buffers `kMaxUnbackedBytes` (`Data/Limits.h`), and
   /// for a string array with more entries than the payload has bytes; the object can then be
   /// decoded into again or destroyed.
   uint32_t Decode(const uint8_t* payload, uint32_t size, uint32_t offset, uint32_t width);
 
-  /// Makes an array hold at least `n` elements: `kResized`. Buffers never shrink. Elements are
-  /// kept, unless their content was left out of the recording; further ones are NOT cleared.
-  /// `count` becomes `n`, and `arrayData` and `data` change. `kWrongKind` if this is no array,
-  /// `kZeroSize` if it is and `n` is 0; nothing changes then, nor when std::bad_alloc is thrown
-  /// because memory is short.
+  /// Makes an array hold at least `n` elements and returns `kResized`. Never shrinks a buffer.
+  /// Keeps the elements, unless their content was left out of the recording; does NOT clear further
+  /// ones. `count` becomes `n`, and `arrayData` and `data` change.
+  ///
+  /// Returns `kWrongKind` for any other kind and `kZeroSize` for an `n` of 0. Nothing changes then,
+  /// nor when std::bad_alloc is thrown because memory is short.
   uint32_t ResizeArray(uint32_t n);
 
-  /// The same for a string of `n` characters and the NUL behind them. All further characters are
-  /// NUL.
+  /// Does the same for a string of `n` characters and the NUL behind them. All further characters
+  /// are NUL.
   uint32_t ResizeString(uint32_t n);
 
   /// True when the payload holds no byte of the content of this array, single value or string: it
   /// was left out of the recording, or the payload ends too early. The content is zero then. It may
-  /// be large, and takes memory only when it is touched, so look here before reading it. Resizing
-  /// content that the payload was too short for makes it the caller's own: false then.
+  /// be large and takes memory only when it is touched, so ask here before reading it. False once a
+  /// caller has resized content that the payload was too short for, which makes it the caller's
+  /// own.
   [[nodiscard]] bool IsClaimed() const { return claimed_; }
 
-  /// The same for entry `i` of a string array.
+  /// Tells the same of entry `i` of a string array.
   [[nodiscard]] bool IsClaimed(uint32_t i) const {
     return claimedStrings_ != nullptr && claimedStrings_[i];
   }
 
-  /// Copies `width` bytes at `offset` of the payload to `dest`; returns `width`, or 0 with `dest`
-  /// untouched when they are not there whole, as `Decoder::ExtractValue` does.
+  /// Copies `width` bytes at `offset` of the payload to `dest` and returns `width`. Returns 0 and
+  /// leaves `dest` untouched when the payload does not hold them all, as `Decoder::ExtractValue`
+  /// does.
   static uint32_t ExtractValue(const uint8_t* payload, uint32_t size, uint32_t offset,
                                uint32_t width, void* dest) {
     return BoundedRead(payload, size, offset, width, dest, &LogCutValue);
@@ -115,8 +120,8 @@ class DCAPKIT_API PointerData {
   uint32_t* stringLengths = nullptr;        ///< length of each entry, without the NUL
   char** strings = nullptr;                 ///< each NUL-terminated, null for an entry of flags 0
 
-  /// What adapters use; not owned. `arrayData`, `stringData` or `strings` by the kind, the recorded
-  /// address itself when that is all there is (never follow it), otherwise null.
+  /// The content for adapters; not owned. `arrayData`, `stringData` or `strings` by the kind; the
+  /// recorded address itself when nothing else was recorded (never follow it); otherwise null.
   void* data = nullptr;
 
  private:

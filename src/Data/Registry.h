@@ -10,46 +10,47 @@
 namespace Data {
 
 /// The adapters, decoders or handlers that were registered with an object, in the order of
-/// registration. Borrowed, never deleted.
+/// registration. It borrows them and never deletes any.
 ///
 ///     for (GLAdapter* adapter : adapters_) adapter->glFlush();
 ///
-/// Listeners may be added and removed while such a loop runs, and loops may be nested: a loop
-/// serves none that are added meanwhile, and none that are gone.
+/// Listeners may be added and removed while such a loop runs, and loops may be nested. No loop
+/// calls a listener after its removal; those begun after an addition call the new listener.
 template <typename Listener>
 class Registry {
  public:
-  /// `nobody`, a listener that does nothing, takes the places of those that are removed. Borrowed.
+  /// `nobody` is a listener that does nothing and takes the places of removed ones. Borrowed.
   explicit Registry(Listener* nobody) : nobody_(nobody) {}
   Registry(const Registry&) = delete;
   Registry& operator=(const Registry&) = delete;
 
-  /// Appends a listener; neither null nor a second entry is noticed.
+  /// Appends a listener. Checks neither for null nor for a second entry.
   void Add(Listener* listener) {
     if (end_ == limit_) MakeRoom();
     *end_++ = listener;
   }
 
-  /// Takes the first entry of `listener` out; does nothing when there is none.
+  /// Removes the first entry of `listener`; does nothing when there is none.
   void Remove(Listener* listener) {
     for (const Array& array : arrays_) {
       Listener** end = array.entries.get() + array.size;
       Listener** found = std::find(array.entries.get(), end, listener);
       if (found != end) *found = nobody_;
     }
-    while (end_ != begin_ && end_[-1] == nobody_) --end_;
   }
 
-  [[nodiscard]] bool IsEmpty() const { return begin_ == end_; }
+  /// True when a loop would call nobody.
+  [[nodiscard]] bool IsEmpty() const { return std::count(begin_, end_, nobody_) == end_ - begin_; }
 
+  /// The entries for a loop, which reads both ends once, before it begins.
   Listener* const* begin() const { return begin_; }
   Listener* const* end() const { return end_; }
 
  private:
-  // Loops bear no cost of all this: they walk from a begin to an end that they read at their start.
-  // So entries keep their places, and an array that became too small stays until the registry goes.
-  // Only when most places of a full array are those of `nobody_` are they closed up; a loop that
-  // runs just then may miss a listener.
+  // Loops bear no cost of additions and removals: they walk from a begin to an end that they read
+  // at their start. So entries keep their places, and an array that became too small stays until
+  // the registry goes. Only an array that is full, with `nobody_` in most of its places, is closed
+  // up; a loop that runs just then may miss a listener, or call a new one.
   struct Array {
     std::unique_ptr<Listener*[]> entries;
     size_t size;

@@ -15,9 +15,9 @@ namespace Util {
 /// input ends. Input and output sizes above INT_MAX fail.
 class DCAPKIT_API LZ4Compressor : public Compressor {
  public:
-  /// `acceleration`: 1 compresses best, each step up is some percent faster and worse; 0 counts
-  /// as 1. `kFastest` multiplies it by 8, `kSmallest` ignores it and takes the slow
-  /// high-compression way.
+  /// `acceleration`: 1 makes the smallest output; each step up is some percent faster and makes
+  /// larger output; 0 counts as 1. `kFastest` multiplies it by 8. `kSmallest` ignores it and uses
+  /// LZ4's slow high-compression mode.
   LZ4Compressor(CompressorQuality quality, unsigned int acceleration);
   LZ4Compressor(const LZ4Compressor&) = delete;
   LZ4Compressor& operator=(const LZ4Compressor&) = delete;
@@ -29,8 +29,8 @@ class DCAPKIT_API LZ4Compressor : public Compressor {
   bool Decompress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
                   unsigned int* outputSize) override;
 
-  /// 255 times the input: a match grows by at most 255 bytes for each byte of its length, and a
-  /// frame only adds headers to blocks.
+  /// Returns 255 times the input: a match grows by at most 255 bytes for each byte of its length,
+  /// and a frame only adds headers to blocks.
   [[nodiscard]] uint64_t MaxDecompressedSize(unsigned int inputSize) const override;
 
  private:

@@ -7,18 +7,18 @@ namespace Util {
 
 namespace {
 
-constexpr size_t kMinMatch = 3;
+constexpr size_t kMinMatch = 3;        // shorter ones save nothing: token and distance take 2
 constexpr size_t kInToken = 15;        // a half of the token that says: more length bytes follow
 constexpr size_t kNearDistance = 128;  // distances up to here take one byte, others two
 constexpr unsigned int kHashBits = 14;
-constexpr unsigned int kMaxInput = 0x7E000000;
+constexpr unsigned int kMaxInput = 0x7E000000;  // CompressBound stays within 32 bits
 
-// Writes a unit, and goes on counting in vain when it does not fit.
+// Writes a unit; `Put` writes nothing and returns false when it does not fit.
 class UnitWriter {
  public:
   UnitWriter(unsigned char* output, size_t capacity) : next_(output), room_(capacity) {}
 
-  // Literals, then a match of `length` bytes unless that is 0.
+  // Writes literals, then a match of `length` bytes unless that is 0.
   bool Put(const unsigned char* literals, size_t count, size_t length, size_t distance) {
     const size_t code = length == 0 ? 0 : length - kMinMatch;
     const size_t needed =
@@ -69,6 +69,7 @@ class UnitWriter {
 
 uint32_t HashOf(const unsigned char* three) {
   const uint32_t value = three[0] | uint32_t{three[1]} << 8 | uint32_t{three[2]} << 16;
+  // A multiplier close to 2^32 divided by the golden ratio spreads the bytes over the high bits.
   return value * 0x9E3779B1u >> (32 - kHashBits);
 }
 
@@ -80,6 +81,7 @@ size_t CommonLength(const unsigned char* a, const unsigned char* b, size_t limit
     std::memcpy(&x, a + length, 8);
     std::memcpy(&y, b + length, 8);
     if (x != y) {
+      // The first byte that differs is the lowest one, as words are little-endian.
       return length + static_cast<size_t>(__builtin_ctzll(x ^ y)) / 8;
     }
   }
@@ -111,7 +113,7 @@ inline size_t CopySteps(unsigned char* out, const unsigned char* from, size_t do
   return done;
 }
 
-// Copies a match, which may overlap what it makes. `room` bytes may be written, at least `length`.
+// Copies a match, which may overlap its own copy. `room` bytes may be written, at least `length`.
 inline void CopyMatch(unsigned char* out, size_t distance, size_t length, size_t room) {
   const unsigned char* from = out - distance;
   if (distance == 1) {
@@ -158,7 +160,7 @@ LZ77Compressor::LZ77Compressor(CompressorQuality quality, unsigned int effort, u
 LZ77Compressor::~LZ77Compressor() = default;
 
 unsigned int LZ77Compressor::CompressBound(unsigned int inputSize) const {
-  // No match is taken that is longer than what it stands for, so only literals add bytes.
+  // No match takes more bytes than it saves, so only literals add bytes.
   return inputSize > kMaxInput ? 0 : inputSize + inputSize / 255 + 3;
 }
 
@@ -167,6 +169,9 @@ uint64_t LZ77Compressor::MaxDecompressedSize(unsigned int inputSize) const {
 }
 
 void LZ77Compressor::StartUnit(unsigned int inputSize) {
+  // The hashes of earlier units keep their positions, which lie before unitStart_ and so count as
+  // never seen. Only when 32 bits are used up are they cleared. back_ needs no clearing: it is read
+  // for positions of this unit alone, which IndexUpTo has written.
   if (last_.empty() || nextUnit_ > UINT32_MAX - inputSize) {
     last_.assign(size_t{1} << kHashBits, 0);
     back_.resize(kMaxWindow);
@@ -199,6 +204,7 @@ LZ77Compressor::Match LZ77Compressor::FindMatch(const unsigned char* input, size
   const size_t limit = size - position;
   size_t candidate = last - unitStart_;
   for (size_t tries = depth_; tries != 0 && position - candidate <= window_; --tries) {
+    // A candidate that is longer than the best agrees with it in the byte behind that.
     if (input[candidate + best.length] == input[position + best.length]) {
       const Match match{CommonLength(input + candidate, input + position, limit),
                         position - candidate};
@@ -236,6 +242,7 @@ bool LZ77Compressor::Compress(const unsigned char* input, unsigned int inputSize
       continue;
     }
     while (lazy_ && match.length < niceLength_ && position + 1 + kMinMatch <= size) {
+      // A match that begins a byte later may save more; this byte is a literal then.
       const Match next = FindMatch(input, size, position + 1);
       if (next.Gain() <= match.Gain()) {
         break;
@@ -258,6 +265,8 @@ bool LZ77Compressor::Compress(const unsigned char* input, unsigned int inputSize
 
 bool LZ77Compressor::Decompress(const unsigned char* input, unsigned int inputSize,
                                 unsigned char* output, unsigned int* outputSize) {
+  // Sizes of the unit are compared with the bytes that are left; none is added to a pointer before.
+  // So neither side is overrun, whatever the unit says.
   const unsigned char* in = input;
   const unsigned char* const inEnd = input + inputSize;
   unsigned char* out = output;
@@ -300,6 +309,7 @@ bool LZ77Compressor::Decompress(const unsigned char* input, unsigned int inputSi
       return false;
     }
     length += kMinMatch;
+    // A distance of more than has been put out would read before the output.
     const auto room = static_cast<size_t>(outEnd - out);
     if (distance > static_cast<size_t>(out - output) || distance > window_ || length > room) {
       return false;

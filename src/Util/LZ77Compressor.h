@@ -10,10 +10,10 @@
 
 namespace Util {
 
-/// A `Compressor` for LZ77 units, whose bytes docs/format.md describes.
+/// A `Compressor` for LZ77 units; docs/format.md describes their bytes.
 ///
-/// Made for recorded call payloads: repeats from 3 bytes on, cheap short distances (vertex
-/// strides), and a decoder that copies bytes and nothing else. Compression time grows linearly with
+/// The format suits recorded call payloads: repeats from 3 bytes on, short distances (vertex
+/// strides) in one byte, and a decoder that only copies bytes. Compression time grows linearly with
 /// the input, whatever it holds.
 class DCAPKIT_API LZ77Compressor : public Compressor {
  public:
@@ -21,7 +21,7 @@ class DCAPKIT_API LZ77Compressor : public Compressor {
   static constexpr unsigned int kMaxWindow = 32768;
 
   /// `effort` multiplies the number of earlier places that `Compress` tries for each repeat (4, 16
-  /// or 128 by `quality`; at most 1024); 0 counts as 1.
+  /// or 128 by `quality`; at most 1024 in all); 0 counts as 1.
   ///
   /// `window` is the largest distance of a repeat, cut to 1 to `kMaxWindow`. `Decompress` takes a
   /// larger distance for an error.
@@ -36,7 +36,7 @@ class DCAPKIT_API LZ77Compressor : public Compressor {
   bool Decompress(const unsigned char* input, unsigned int inputSize, unsigned char* output,
                   unsigned int* outputSize) override;
 
-  /// 255 times the input: a length grows by at most 255 for each byte that codes it.
+  /// Returns 255 times the input: a length grows by at most 255 for each byte that codes it.
   [[nodiscard]] uint64_t MaxDecompressedSize(unsigned int inputSize) const override;
 
  private:
@@ -55,9 +55,9 @@ class DCAPKIT_API LZ77Compressor : public Compressor {
   bool lazy_;
   size_t window_;
 
-  // Where each hash of three bytes was last seen, and how far before each position of the window
-  // its hash was seen last (0: never). Made by the first Compress. Positions count on from unit to
-  // unit, so that the tables need no clearing between units.
+  // The position at which each hash of three bytes was last seen, and for each position of the
+  // window how far before it its hash was seen last (0: never). The first Compress makes them.
+  // Positions count on from unit to unit, so that the tables need no clearing between units.
   std::vector<uint32_t> last_;
   std::vector<uint16_t> back_;
   uint32_t unitStart_ = 1;

@@ -13,8 +13,8 @@ class DCAPKIT_API String {
  public:
   String() = delete;
 
-  /// `value` in `base` 2 to 36, with lower-case letters as digits above 9 and a minus sign for
-  /// negative values: `FromInt(-255, 16)` is "-ff". Empty for any other base.
+  /// Returns `value` in `base` 2 to 36, with lower-case letters as digits above 9 and a minus sign
+  /// for negative values: `FromInt(-255, 16)` is "-ff". Returns an empty text for any other base.
   [[nodiscard]] static std::string FromInt(int value, unsigned int base);
 };
 

@@ -32,6 +32,7 @@ STATUSES = (0, 1, 3)
 SECONDS = 10
 MEMORY = 1024 * MIB
 REMARKABLE_MEMORY = 64 * MIB
+SHARED_MEMORY = "/dev/shm" if os.path.isdir("/dev/shm") else None
 
 
 def real_captures():
@@ -130,7 +131,7 @@ class Mutants:
         rnd = random.Random(f"{self.seed}:{index}")
         source, = rnd.choices(self.sources, self.weights)
         data = bytearray(source.data)
-        change = rnd.choice((flip_bit, change_byte, change_byte, set_number, cut, double, swap))
+        change = rnd.choice(CHANGES)
         for _ in range(rnd.choice((1, 1, 1, 2, 4))):
             change(data, source, rnd)
         if rnd.random() < 0.2:
@@ -188,6 +189,34 @@ def swap(data, source, rnd):
         data[a:d] = data[c:d] + data[b:c] + data[a:b]
 
 
+def zero_page(data, source, rnd):
+    """A sector or page that never reached the disk."""
+    first, end = page(data, source, rnd)
+    data[first:end] = bytes(end - first)
+
+
+def lose_page(data, source, rnd):
+    first, end = page(data, source, rnd)
+    if end - first < len(data):
+        del data[first:end]
+
+
+def page(data, source, rnd):
+    size = rnd.choice((512, 4096))
+    first = place(data, source, rnd) // size * size
+    return first, min(first + size, len(data))
+
+
+def set_type(data, source, rnd):
+    """Makes a block or sub-block another one, known or not."""
+    at = rnd.choice(source.headers)
+    if at + 2 <= len(data):
+        struct.pack_into("<H", data, at, rnd.choice((0, 1, 2, 3, 4, 5, 6, 0x5555)))
+
+
+CHANGES = (flip_bit, change_byte, change_byte, set_number, cut, double, swap) * 3 + (zero_page, lose_page, set_type)
+
+
 class Result:
     """What came out of a number of mutants."""
 
@@ -220,12 +249,13 @@ class Result:
         return "\n".join(lines + self.failures)
 
 
-def run(command, path, output=os.devnull):
+def run(command, path, output=os.devnull, errors=os.devnull, tool=TOOL):
     """Runs the tool; its wait status, the seconds and the peak of its memory."""
-    nothing = [(os.POSIX_SPAWN_OPEN, fd, os.devnull, os.O_RDWR, 0) for fd in (0, 2)]
-    nothing.append((os.POSIX_SPAWN_OPEN, 1, output, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600))
+    files = [(os.POSIX_SPAWN_OPEN, 0, os.devnull, os.O_RDONLY, 0)]
+    files += [(os.POSIX_SPAWN_OPEN, fd, name, os.O_WRONLY | os.O_CREAT | os.O_TRUNC, 0o600)
+              for fd, name in ((1, output), (2, errors))]
     started = time.monotonic()
-    child = os.posix_spawn(TOOL, [TOOL, *command, path], os.environ, file_actions=nothing)
+    child = os.posix_spawn(tool, [tool, *command, path], os.environ, file_actions=files)
     signal.signal(signal.SIGALRM, lambda *_: os.kill(child, signal.SIGKILL))
     signal.alarm(SECONDS)
     _, status, usage = os.wait4(child, 0)
@@ -268,7 +298,7 @@ def try_commands(path, index, frugal, result):
 
 def try_mutants(mutants, indices, compare, keep, frugal):
     result = Result()
-    with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as folder:
+    with tempfile.TemporaryDirectory(dir=SHARED_MEMORY) as folder:
         path = os.path.join(folder, "mutant.dcap")
         for index in indices:
             data = mutants.make(index)

@@ -246,7 +246,7 @@ class Payload:
     def __init__(self, data):
         self.data = data
         self.at = 0
-        self.expect_claims(MOST_CLAIMED)
+        self.expect_claims(MOST_UNBACKED)
 
     def take(self, size):
         """The next bytes, or None."""

@@ -113,9 +113,6 @@ class Selections(unittest.TestCase):
     def test_mistakes_are_quoted(self):
         for option, value, quoted in (
                 ("--frames", "1,,2", "'1,,2' has an empty part"),
-                ("--frames", "1,20-10", "'20-10' ends before it begins"),
-                ("--frames", "1,2x", "'2x' is neither"),
-                ("--frames", "4294967296", "'4294967296' is beyond"),
                 ("--threads", "main", "'main' is neither"),
                 ("--calls", "glDraw*,glDrawArray", "'glDrawArray' matches no call"),
                 ("--class", "draw,drow", "'drow' is no class")):

@@ -1,13 +1,10 @@
 """Commands that write captures: repack, trim and cat."""
 import os
-import signal
-import subprocess
 import tempfile
-import time
 import unittest
 from pathlib import Path
 
-from harness import CAPTURES, SAMPLE, TOOL, captures, dcap, main, run, run_with_full_disk
+from harness import CAPTURES, SAMPLE, captures, dcap, main, run, run_with_full_disk
 
 FILES = {**captures(), "sample": SAMPLE}
 
@@ -134,21 +131,6 @@ class Write(unittest.TestCase):
                          f"dcap: Cannot write {self.out}: File too large\n")
         self.assertEqual(self.out.read_bytes(), b"old")
         self.assertEqual(sorted(os.listdir(self.folder)), ["damaged.dcap", "out.dcap"])
-
-    def test_a_signal_leaves_nothing_behind(self):
-        pipe = self.folder / "pipe"
-        os.mkfifo(pipe)
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-            tool = subprocess.Popen([TOOL, "repack", pipe, "-o", self.out])
-            with open(pipe, "wb", buffering=0) as capture:
-                capture.write(SAMPLE.read_bytes()[:-100])  # the tool now waits for more
-                deadline = time.monotonic() + 60
-                while len(os.listdir(self.folder)) < 2 and time.monotonic() < deadline:
-                    time.sleep(0.01)
-                self.assertEqual(len(os.listdir(self.folder)), 2)
-                tool.send_signal(number)
-                self.assertEqual(tool.wait(60), -number)
-            self.assertEqual(os.listdir(self.folder), ["pipe"])
 
 
 if __name__ == "__main__":

@@ -34,7 +34,7 @@ CaptureBuilder& CaptureBuilder::EndBlock() {
   if (blockStart_ == 0) return *this;
   if ((header_.optionMask & Data::kOptionNoTrailers) == 0) PutValue(Data::DCAPFrameTrailer);
   if (!blockSizeClaimed_)
-    BlockSize(static_cast<uint32_t>(Size() - blockStart_ - sizeof(BlockHeader)));
+    ClaimBlockSize(static_cast<uint32_t>(Size() - blockStart_ - sizeof(BlockHeader)));
   blockStart_ = 0;
   return *this;
 }
@@ -79,24 +79,24 @@ CaptureBuilder& CaptureBuilder::SubBlock(uint16_t type, Payload body) {
   return BeginSubBlock(type, body.Size()).Put(body.Data(), body.Size());
 }
 
-CaptureBuilder& CaptureBuilder::SubBlockSize(uint32_t size) {
+CaptureBuilder& CaptureBuilder::ClaimSubBlockSize(uint32_t size) {
   PutAt(subBlockStart_ + offsetof(SubBlockHeader, size), &size, sizeof size);
   return *this;
 }
 
-CaptureBuilder& CaptureBuilder::BlockSize(uint32_t size) {
+CaptureBuilder& CaptureBuilder::ClaimBlockSize(uint32_t size) {
   PutAt(blockStart_ + offsetof(BlockHeader, size), &size, sizeof size);
   blockSizeClaimed_ = true;
   return *this;
 }
 
-CaptureBuilder& CaptureBuilder::FrameCount(uint32_t count) {
+CaptureBuilder& CaptureBuilder::ClaimFrameCount(uint32_t count) {
   header_.frameCount = count;
   frameCountClaimed_ = true;
   return *this;
 }
 
-CaptureBuilder& CaptureBuilder::FileSize(uint64_t size) {
+CaptureBuilder& CaptureBuilder::ClaimFileSize(uint64_t size) {
   header_.fileSize = size;
   fileSizeClaimed_ = true;
   return *this;
@@ -104,7 +104,7 @@ CaptureBuilder& CaptureBuilder::FileSize(uint64_t size) {
 
 CaptureBuilder& CaptureBuilder::Unfinished() {
   unfinished_ = true;
-  return FrameCount(0).FileSize(0);
+  return ClaimFrameCount(0).ClaimFileSize(0);
 }
 
 CaptureBuilder& CaptureBuilder::SetByte(size_t offset, uint8_t value) {

@@ -73,11 +73,11 @@ class CaptureBuilder {
 
   // Lies and damage.
   /// Claims a size for the latest sub-block.
-  CaptureBuilder& SubBlockSize(uint32_t size);
+  CaptureBuilder& ClaimSubBlockSize(uint32_t size);
   /// Claims a size for the block at hand.
-  CaptureBuilder& BlockSize(uint32_t size);
-  CaptureBuilder& FrameCount(uint32_t count);
-  CaptureBuilder& FileSize(uint64_t size);
+  CaptureBuilder& ClaimBlockSize(uint32_t size);
+  CaptureBuilder& ClaimFrameCount(uint32_t count);
+  CaptureBuilder& ClaimFileSize(uint64_t size);
   /// Leaves the capture as a recorder that died: no frame count, file size, last block size,
   /// trailer.
   CaptureBuilder& Unfinished();

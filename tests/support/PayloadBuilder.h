@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string_view>
 #include <vector>
@@ -72,10 +73,9 @@ class Bytes {
 
  private:
   Bytes& Put(const void* from, size_t count) {
-    if (count != 0) {
-      const auto* first = static_cast<const uint8_t*>(from);
-      bytes_.insert(bytes_.end(), first, first + count);
-    }
+    const size_t size = bytes_.size();
+    bytes_.resize(size + count);
+    if (count != 0) std::memcpy(bytes_.data() + size, from, count);
     return *this;
   }
   template <typename T>

@@ -22,7 +22,7 @@
 #include "support/MemoryWriter.h"
 
 /// Writes the capture that it receives with every payload made by the encoders. Payloads that come
-/// out different are written as they were, and counted.
+/// out different are written as they were, and counted, unless `writesWhatComesOut`.
 template <typename GLEncoderType = Data::GLEncoder>
 class Reencoder : public Data::DCAPWriteConsumer, private Data::CallSink {
  public:
@@ -31,6 +31,10 @@ class Reencoder : public Data::DCAPWriteConsumer, private Data::CallSink {
     eglDecoder_.AddAdapter(&eglEncoder_);
     glDecoder_.AddAdapter(&glEncoder_);
   }
+  // Frees what a draw call left behind that an exception cut short; the decoder itself does not.
+  ~Reencoder() override { glDecoder_.DestroyVertexAttribArrayData(); }
+  Reencoder(const Reencoder&) = delete;
+  Reencoder& operator=(const Reencoder&) = delete;
 
   Data::DCAPWriterOptions ChooseOptions(const Data::FileHeader& header) const override {
     Data::DCAPWriterOptions options(header);
@@ -47,24 +51,24 @@ class Reencoder : public Data::DCAPWriteConsumer, private Data::CallSink {
     const auto id = static_cast<Data::ApiCallType>(desc.callId);
     if (eglDecoder_.SupportsId(id)) eglDecoder_.ProcessFunctionCall(id, data, size);
     if (glDecoder_.SupportsId(id)) glDecoder_.ProcessFunctionCall(id, data, size);
-    if (encoded_ == 1 && same_) {
-      ++exact;
-    } else {
+    if (!writesWhatComesOut && (encoded_ != 1 || !same_)) {
       ++raw[desc.callId];
       DCAPWriteConsumer::ProcessFunctionCall(header, desc, data, size);
     }
   }
 
+  bool writesWhatComesOut = false;  ///< all but payloads of a megabyte, which few bytes may claim
   std::optional<Data::CompressionType>
       compression;                 ///< of the output, if it is not to be that of the input
-  size_t exact = 0;                ///< calls that were written as they were encoded
   std::map<uint16_t, size_t> raw;  ///< calls that came out different, by identifier
 
  private:
   void EncodedCall(Data::ApiCallType id, const uint8_t* payload, uint32_t size) override {
     ++encoded_;
     same_ = std::ranges::equal(original_, std::span(payload, size));
-    if (same_) Writer()->WriteFunctionCall(header_.threadId, id, payload, size);
+    if (writesWhatComesOut ? size < 1 << 20 : same_) {
+      Writer()->WriteFunctionCall(header_.threadId, id, payload, size);
+    }
   }
 
   Data::EGLDecoder eglDecoder_;

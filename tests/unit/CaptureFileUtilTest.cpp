@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -12,45 +11,26 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
 #include "Data/CaptureFileUtil.h"
 
 #include "support/CaptureBuilder.h"
+#include "support/Failure.h"
 #include "support/LogCollector.h"
-
-namespace Data {
-
-bool operator==(const FrameEntry& a, const FrameEntry& b) {
-  return a.frameNumber == b.frameNumber && a.filePosition == b.filePosition;
-}
-
-}  // namespace Data
+#include "support/TemporaryFolder.h"
 
 namespace {
 
 using Data::CaptureFileUtil;
-using Data::FrameEntry;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Pair;
 using testing::StartsWith;
 
 constexpr char kSeekFailed[] = "File seek failed.  Could not determine if file is finalized.";
-
-// What the call throws, or nothing.
-template <typename Call>
-std::string Failure(Call call) {
-  try {
-    call();
-  } catch (const Core::BasicException& exception) {
-    return exception.what();
-  }
-  return {};
-}
 
 // Counts what is read; seeks fail after the first `seeksGranted`.
 class CountingReader : public Core::MemoryReader {
@@ -84,33 +64,36 @@ class RecordingWriter : public Core::DataWriter {
   std::map<uint64_t, std::pair<uint64_t, uint64_t>> written;
 };
 
+using Index = std::vector<std::pair<uint32_t, uint64_t>>;
+
 class CaptureFileUtilTest : public testing::Test {
  protected:
   CaptureFileUtilTest() {
     capture.FrameBlock(100).Call(1, "abcd").FrameBlock(200).Call(2, std::string(100'000, 'x'));
   }
-  ~CaptureFileUtilTest() override { std::filesystem::remove(path); }
 
   std::shared_ptr<CountingReader> Reader() const {
     return std::make_shared<CountingReader>(capture.Finish());
   }
-  std::vector<FrameEntry> Index() const {
-    std::vector<FrameEntry> index;
-    CaptureFileUtil::GenerateFrameIndex(Reader(), &index);
+  // Frame numbers and file positions of a reader or path.
+  template <typename Source>
+  static Index IndexOf(const Source& source) {
+    std::vector<Data::FrameEntry> entries = {{77, 99}};  // what is found is appended
+    CaptureFileUtil::GenerateFrameIndex(source, &entries);
+    EXPECT_EQ(entries[0].filePosition, 99u);
+    Index index;
+    for (size_t i = 1; i < entries.size(); ++i) {
+      index.emplace_back(entries[i].frameNumber, entries[i].filePosition);
+    }
     return index;
   }
   bool IsFinalized(uint64_t size) const { return CaptureFileUtil::IsFileFinalized(Reader(), size); }
   bool IsTrailerNeeded(uint64_t size) const {
     return CaptureFileUtil::IsFinalFrameTrailerNeeded(Reader(), size);
   }
-  std::vector<uint8_t> FileBytes() const {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 
-  // A name of its own for each process; the sign is for those who would print it.
-  const std::string path =
-      testing::TempDir() + "CaptureFileUtilTest" + std::to_string(getpid()) + "%s.dcap";
+  const TemporaryFolder folder;
+  const std::string path = folder / "%s.dcap";  // the sign is for those who would print it
   LogCollector log;
   CaptureBuilder capture;
 };
@@ -127,73 +110,60 @@ TEST_F(CaptureFileUtilTest, AnUnfinishedCaptureBecomesTheFinishedOne) {
     const uint64_t size = CaptureFileUtil::GetFileSize(path);
     EXPECT_EQ(CaptureFileUtil::IsFinalFrameTrailerNeeded(path, size), options == 0);
     CaptureFileUtil::EnsureFinalization(path);
-    EXPECT_EQ(FileBytes(), finished);
+    EXPECT_EQ(ReadFile(path), finished);
     EXPECT_TRUE(CaptureFileUtil::IsFileFinalized(path, 0));
+    // Finalised, it is not written to.
+    const auto longAgo = std::filesystem::last_write_time(path) - std::chrono::hours(1);
+    std::filesystem::last_write_time(path, longAgo);
+    CaptureFileUtil::EnsureFinalization(path);
+    EXPECT_EQ(std::filesystem::last_write_time(path), longAgo);
   }
   EXPECT_THAT(log.Messages(), IsEmpty());
-}
-
-TEST_F(CaptureFileUtilTest, AFinalizedFileIsNotWrittenTo) {
-  capture.WriteTo(path);
-  const auto longAgo = std::filesystem::last_write_time(path) - std::chrono::hours(1);
-  std::filesystem::last_write_time(path, longAgo);
-  CaptureFileUtil::EnsureFinalization(path);
-  EXPECT_EQ(std::filesystem::last_write_time(path), longAgo);
 }
 
 TEST_F(CaptureFileUtilTest, AFileWithoutFramesGetsItsSizeAlone) {
   CaptureBuilder empty;
   empty.OtherBlock(9, "noise").Unfinished().WriteTo(path);
   CaptureFileUtil::EnsureFinalization(path);
-  EXPECT_EQ(FileBytes(), empty.FileSize(43 + 8).Finish());
+  EXPECT_EQ(ReadFile(path), empty.ClaimFileSize(43 + 8).Finish());
 }
 
 TEST_F(CaptureFileUtilTest, FinalizingGoesBeyond4GiB) {
   // One block of noise that is a hole in the file, then a frame.
+  const uint64_t hole = 0xFFFFFFFF;
   CaptureBuilder far;
   far.OtherBlock(9, "").FrameBlock(1).Call(1, "a").Unfinished();
-  std::vector<uint8_t> bytes = far.Finish();
-  for (size_t i = 0; i < 4; ++i) bytes[34 + i] = 0xFF;
-  std::ofstream file(path, std::ios::binary);
-  const auto write = [&](size_t from, size_t to) {
-    file.write(reinterpret_cast<const char*>(&bytes[from]),
-               static_cast<std::streamsize>(to - from));
-  };
-  write(0, 38);
-  file.seekp(0xFFFFFFFF, std::ios::cur);
-  write(38, bytes.size());
+  for (size_t i = 0; i < 4; ++i) far.SetByte(34 + i, 0xFF);
+  const std::vector<uint8_t> bytes = far.Finish();
+  WriteFile(path, {bytes.begin(), bytes.begin() + 38});
+  std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+  file.seekp(static_cast<std::streamoff>(38 + hole));
+  file.write(reinterpret_cast<const char*>(&bytes[38]),
+             static_cast<std::streamsize>(bytes.size() - 38));
   file.close();
   CaptureFileUtil::EnsureFinalization(path);
-  const uint64_t size = bytes.size() + 0xFFFFFFFF + 8;
+  const uint64_t size = bytes.size() + hole + 8;
   EXPECT_EQ(CaptureFileUtil::GetFileSize(path), size);
   EXPECT_TRUE(CaptureFileUtil::IsFileFinalized(path, size));
-  std::vector<FrameEntry> index;
-  CaptureFileUtil::GenerateFrameIndex(path, &index);
-  EXPECT_THAT(index, ElementsAre(FrameEntry{1, 38 + uint64_t{0xFFFFFFFF}}));
+  EXPECT_THAT(IndexOf(path), ElementsAre(Pair(1, 38 + hole)));
 }
 
-TEST_F(CaptureFileUtilTest, FinalizingWritesEachFieldWhereItBelongs) {
+TEST_F(CaptureFileUtilTest, FinalizingWritesEachFieldWhereItBelongsAndNamesWhatItCannotWrite) {
   const auto writer = std::make_shared<RecordingWriter>();
   CaptureFileUtil::FinalizeFile(writer, 1000, 3, 500, true);
-  EXPECT_EQ(
-      writer->written,
-      (decltype(writer->written){
-          {20, {4, 3}}, {24, {8, 1008}}, {502, {4, 502}}, {1000, {8, Data::DCAPFrameTrailer}}}));
+  EXPECT_THAT(writer->written,
+              ElementsAre(Pair(20, Pair(4, 3)), Pair(24, Pair(8, 1008)), Pair(502, Pair(4, 502)),
+                          Pair(1000, Pair(8, Data::DCAPFrameTrailer))));
   writer->written.clear();
   CaptureFileUtil::FinalizeFile(writer, 1000, 3, 500, false);
-  EXPECT_EQ(writer->written,
-            (decltype(writer->written){{20, {4, 3}}, {24, {8, 1000}}, {502, {4, 494}}}));
-}
-
-TEST_F(CaptureFileUtilTest, WhatCannotBeWrittenIsNamed) {
-  const std::string start = "Cannot finalize capture file. The ";
-  const std::string failures[] = {"frame count", "frame count", "final frame trailer",
-                                  "final frame size"};
+  EXPECT_THAT(writer->written,
+              ElementsAre(Pair(20, Pair(4, 3)), Pair(24, Pair(8, 1000)), Pair(502, Pair(4, 494))));
+  const char* names[] = {"frame count", "frame count", "final frame trailer", "final frame size"};
   for (int granted = 0; granted < 4; ++granted) {
-    const auto writer = std::make_shared<RecordingWriter>();
     writer->writesGranted = granted;
     EXPECT_EQ(Failure([&] { CaptureFileUtil::FinalizeFile(writer, 1000, 3, 500, true); }),
-              start + failures[granted] + " could not be written to file.");
+              std::string("Cannot finalize capture file. The ") + names[granted] +
+                  " could not be written to file.");
   }
 }
 
@@ -231,17 +201,14 @@ TEST_F(CaptureFileUtilTest, AFileIsFinalizedWhenCountSizeAndTrailerAreThere) {
                                             HasSubstr("File size specified in the DCAP header is "
                                                       "larger than size of file on disk. File may "
                                                       "be truncated."))));
+  const CaptureBuilder finished = capture;
   capture.SetByte(size - 8, 0);
   EXPECT_FALSE(IsFinalized(size));
-}
-
-TEST_F(CaptureFileUtilTest, ACountOrSizeOfZeroIsUnfinished) {
-  const uint64_t size = capture.Finish().size();
-  const CaptureBuilder finished = capture;
-  capture.FrameCount(0);
+  capture = finished;
+  capture.ClaimFrameCount(0);
   EXPECT_FALSE(IsFinalized(size));
   capture = finished;
-  capture.FileSize(0);
+  capture.ClaimFileSize(0);
   EXPECT_FALSE(IsFinalized(size));
   EXPECT_FALSE(IsFinalized(0));
 }
@@ -264,74 +231,56 @@ TEST_F(CaptureFileUtilTest, ATrailerIsNeededWhereTheLastEightBytesAreNone) {
 }
 
 TEST_F(CaptureFileUtilTest, FilesThatAreNoCapturesAreRefusedByEveryQuestion) {
-  const auto failures = [](const std::shared_ptr<Core::DataReader>& reader) {
-    std::vector<FrameEntry> index;
+  const auto expectFailures = [](const std::shared_ptr<Core::DataReader>& reader,
+                                 const std::string& text) {
     const auto rewound = [&] {
       if (reader) reader->Seek(0, 0);
       return reader;
     };
-    return std::vector{Failure([&] { CaptureFileUtil::IsFileFinalized(rewound(), 0); }),
-                       Failure([&] { CaptureFileUtil::IsFinalFrameTrailerNeeded(rewound(), 0); }),
-                       Failure([&] { CaptureFileUtil::GenerateFrameIndex(rewound(), &index); })};
+    EXPECT_EQ(Failure([&] { CaptureFileUtil::IsFileFinalized(rewound(), 0); }), text);
+    EXPECT_EQ(Failure([&] { CaptureFileUtil::IsFinalFrameTrailerNeeded(rewound(), 0); }), text);
+    EXPECT_EQ(Failure([&] { IndexOf(rewound()); }), text);
   };
   const auto closed = Reader();
   closed->Close();
-  for (const auto& unusable : {std::shared_ptr<CountingReader>(), closed}) {
-    EXPECT_THAT(failures(unusable),
-                testing::Each("Cannot read capture file. The data reader is invalid."));
-  }
+  expectFailures(nullptr, "Cannot read capture file. The data reader is invalid.");
+  expectFailures(closed, "Cannot read capture file. The data reader is invalid.");
   capture.SetByte(3, 'p');
-  EXPECT_THAT(failures(Reader()), testing::Each("The specified file is not a valid capture file. "
-                                                "FourCC does not match DCAP."));
+  expectFailures(Reader(),
+                 "The specified file is not a valid capture file. "
+                 "FourCC does not match DCAP.");
   capture.Shrink(capture.Finish().size() - 31);
-  EXPECT_THAT(failures(Reader()),
-              testing::Each("Could not read capture file header. The file may be invalid or "
-                            "corrupt."));
+  expectFailures(Reader(),
+                 "Could not read capture file header. The file may be invalid or "
+                 "corrupt.");
 }
 
 // ---- The index.
 
-TEST_F(CaptureFileUtilTest, TheIndexCountsFramesWhateverTheirSequenceNumbers) {
+TEST_F(CaptureFileUtilTest, TheIndexCountsFramesWhateverTheirNumbersAndReadsHeadersAlone) {
   capture.OtherBlock(9, "noise").Type2Block(5);
   const size_t third = capture.EndBlock().Size();
   capture.FrameBlock(100);
-  EXPECT_THAT(Index(), ElementsAre(FrameEntry{1, 32}, FrameEntry{2, 32 + 6 + 4 + 16 + 8},
-                                   FrameEntry{3, third}));
-}
-
-TEST_F(CaptureFileUtilTest, TheIndexIsAppended) {
-  std::vector<FrameEntry> index = {{77, 99}};
-  CaptureFileUtil::GenerateFrameIndex(Reader(), &index);
-  EXPECT_EQ(index.size(), 3u);
-  EXPECT_EQ(index[0], (FrameEntry{77, 99}));
-}
-
-TEST_F(CaptureFileUtilTest, IndexingReadsBlockHeadersAlone) {
   const auto reader = Reader();
-  std::vector<FrameEntry> index;
-  CaptureFileUtil::GenerateFrameIndex(reader, &index);
-  EXPECT_EQ(reader->bytesRead, 32u + 3 * 6);
+  EXPECT_EQ(IndexOf(reader), (Index{{1, 32}, {2, 32 + 6 + 4 + 16 + 8}, {3, third}}));
+  EXPECT_EQ(reader->bytesRead, 32u + 6 * 6);
 }
 
-TEST_F(CaptureFileUtilTest, ABlockOfSizeZeroEndsTheIndex) {
-  const size_t last = capture.EndBlock().Size();
-  capture.FrameBlock(3).Unfinished();
-  EXPECT_THAT(Index(), ElementsAre(testing::_, testing::_, FrameEntry{3, last}));
+TEST_F(CaptureFileUtilTest, ABlockOfSizeZeroOrAnIncompleteOneEndsTheIndex) {
+  capture.Shrink(50'000);
+  EXPECT_EQ(IndexOf(Reader()).size(), 2u);
+  capture = CaptureBuilder();
+  capture.FrameBlock(1).FrameBlock(3).Unfinished();
+  EXPECT_EQ(IndexOf(Reader()), (Index{{1, 32}, {2, 32 + 6 + 4 + 8}}));
   capture = CaptureBuilder();
   capture.OtherBlock(9, "").FrameBlock(1);
-  EXPECT_THAT(Index(), IsEmpty());
-}
-
-TEST_F(CaptureFileUtilTest, ATruncatedLastBlockIsIndexed) {
-  capture.Shrink(50'000);
-  EXPECT_EQ(Index().size(), 2u);
+  EXPECT_THAT(IndexOf(Reader()), IsEmpty());
 }
 
 TEST_F(CaptureFileUtilTest, AReaderThatCannotGoOnIsNotMistakenForTheEnd) {
   const auto reader = Reader();
   reader->seeksGranted = 1;
-  std::vector<FrameEntry> index;
-  EXPECT_EQ(Failure([&] { CaptureFileUtil::GenerateFrameIndex(reader, &index); }),
+  EXPECT_EQ(Failure([&] { IndexOf(reader); }),
             "Could not read block header. The file may be invalid or corrupt.");
 }
 

@@ -3,8 +3,6 @@
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <span>
@@ -19,11 +17,14 @@
 #include "Data/Capture/CaptureRecovery.h"
 #include "Data/Capture/RecoveredReader.h"
 #include "Data/CaptureFileUtil.h"
-#include "Data/DCAPFileProcessor.h"
 
 #include "support/CaptureBuilder.h"
+#include "support/Failure.h"
 #include "support/LogCollector.h"
 #include "support/MemoryWriter.h"
+#include "support/RecordingConsumer.h"
+#include "support/SparseReader.h"
+#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -36,55 +37,18 @@ constexpr uint32_t kNoTrailers = Data::kOptionNoTrailers;
 constexpr uint32_t kSetUp = Data::kOptionType2BeforeFirst;
 constexpr uint32_t kLZ4 = Data::kCompressionLZ4 << Data::kOptionCompressionShift;
 
-// Frames, calls and records, each in a line.
-class Listing : public Data::DCAPConsumer {
- public:
-  void ProcessFileStart(const Data::FileHeader& /*header*/) override {}
-  void ProcessFileEnd() override {}
-  void ProcessBlockStart(const Data::BlockHeader& /*header*/) override {}
-  void ProcessBlockEnd(unsigned long /*trailer*/) override {}
-  void ProcessFrameNumber(unsigned int number) override {
-    lines.push_back("frame " + std::to_string(number));
-  }
-  void ProcessMethodCall(const Data::SubBlockHeader& header, const Data::MethodCallDesc& desc,
-                         const unsigned char* data, unsigned int size) override {
-    Add("method", desc.callId, header, {data, size});
-  }
-  void ProcessFunctionCall(const Data::SubBlockHeader& header, const Data::FunctionCallDesc& desc,
-                           const unsigned char* data, unsigned int size) override {
-    Add("call", desc.callId, header, {data, size});
-  }
-  void ProcessMetadata(const Data::SubBlockHeader& header, const Data::MetadataDesc& desc,
-                       const unsigned char* data, unsigned int size) override {
-    Add("metadata", desc.subtype, header, {data, size});
-  }
-  std::vector<std::string> lines;
-
- private:
-  void Add(const char* kind, unsigned id, const Data::SubBlockHeader& header,
-           std::span<const unsigned char> payload) {
-    const std::string_view text(reinterpret_cast<const char*>(payload.data()), payload.size());
-    lines.push_back(std::string(kind) + " " + std::to_string(id) + "@" +
-                    std::to_string(header.threadId) + " " + std::to_string(payload.size()) + " " +
-                    std::to_string(std::hash<std::string_view>()(text)));
-  }
-};
-
 // What a processor that knows of no recovery makes of the stream. It must have nothing to complain
 // about, unless the capture is damaged.
 std::vector<std::string> List(const std::shared_ptr<Core::DataReader>& reader) {
-  Listing listing;
-  Data::DCAPFileProcessor processor;
+  RecordingConsumer recorder;
   const LogCollector log;
-  processor.Initialize(&listing, reader, reader->Size());
-  while (processor.ProcessNextBlock()) {
-  }
+  Walk(reader, &recorder);
   for (const std::string& message : log.Messages()) {
     EXPECT_TRUE(message.starts_with("Skipping unrecognized") || message.ends_with("with LZ4.") ||
                 message == "Reading past end of DCAP file.")
         << message;
   }
-  return std::move(listing.lines);
+  return recorder.Contents();
 }
 std::vector<std::string> List(const Bytes& bytes) {
   return List(std::make_shared<Core::MemoryReader>(std::span(bytes)));
@@ -121,14 +85,9 @@ bool TryToFinish(Bytes* capture, uint64_t bytesGranted = UINT64_MAX) {
   writer.bytes = std::move(*capture);
   writer.bytesGranted = bytesGranted;
   if (recovery.leftOutSize != 0) writer.bytes.resize(recovery.keptSize);
-  bool done = true;
-  try {
-    recovery.Finish(&writer);
-  } catch (const Core::BasicException&) {
-    done = false;
-  }
+  const std::string failure = Failure([&] { recovery.Finish(&writer); });
   *capture = std::move(writer.bytes);
-  return done;
+  return failure.empty();
 }
 
 Bytes Finish(Bytes capture) {
@@ -233,8 +192,7 @@ TEST(CaptureRecoveryTest, SoItDoesWhereRealCapturesAreCut) {
        {fs::path(DCAPKIT_SOURCE_DIR) / "examples/sample.dcap",
         fs::path(DCAPKIT_SOURCE_DIR) / "tests/captures/features-setup-block.dcap"}) {
     SCOPED_TRACE(path);
-    std::ifstream file(path, std::ios::binary);
-    const Whole whole(Bytes{std::istreambuf_iterator<char>(file), {}});
+    const Whole whole(ReadFile(path));
     std::uniform_int_distribution<size_t> sizes(32, whole.bytes.size());
     for (int i = 0; i < 1000; ++i) {
       ExpectAllThatIsWhole(whole, sizes(random), i % 2 != 0);
@@ -349,14 +307,14 @@ TEST(CaptureRecoveryTest, TheSizeOfTheLastBlockNeedNotCountItsTrailer) {
 
 TEST(CaptureRecoveryTest, AFileAsLargeAsItSaysIsDamagedAndNotCut) {
   CaptureBuilder capture;
-  capture.FrameBlock(1).Call(1, "a").BlockSize(1000).FrameBlock(2).Call(2, "b");
+  capture.FrameBlock(1).Call(1, "a").ClaimBlockSize(1000).FrameBlock(2).Call(2, "b");
   const Bytes damaged = capture.Finish();
   EXPECT_TRUE(Examine(damaged).damaged);
   EXPECT_TRUE(Examine(damaged).IsComplete());
   EXPECT_EQ(ReadAll(*Recover(damaged)), damaged);
   // A frame too small for its number, the end of a file of the size that it states.
   CaptureBuilder small(kNoTrailers);
-  small.FrameBlock(1).BlockSize(2).Shrink(2).FileSize(32 + 6 + 2);
+  small.FrameBlock(1).ClaimBlockSize(2).Shrink(2).ClaimFileSize(32 + 6 + 2);
   EXPECT_TRUE(Examine(small.Finish()).IsComplete());
 }
 
@@ -404,110 +362,36 @@ TEST(CaptureRecoveryTest, WhatTheUtilityLeftHalfFinishedIsFinished) {
       auto writer = std::make_shared<FailingWriter>();
       writer->bytes = start;
       writer->bytesGranted = granted;
-      try {
+      Failure([&] {
         Data::CaptureFileUtil::FinalizeFile(writer, start.size(),
                                             static_cast<uint32_t>(index.size()),
                                             index.back().filePosition, trailers);
-      } catch (const Core::BasicException&) {
-      }
+      });
       EXPECT_EQ(Finish(writer->bytes), whole) << mask << " " << granted;
     }
   }
 }
 
-TEST(RecoveredReaderTest, ReadsAndSeeksLikeTheFinishedFile) {
-  const Bytes whole = Mixture(kThreads);
-  Bytes unfinished = Unfinish(whole);
-  unfinished.resize(unfinished.size() - 8);
-  const auto reader = Recover(unfinished);
-  EXPECT_EQ(reader->Size(), whole.size());
-  for (const size_t step : {1u, 3u, 7u, 50u}) {
-    ASSERT_EQ(reader->Seek(0, 0), 0);
-    Bytes read(whole.size());
-    for (size_t p = 0; p < whole.size(); p += step) {
-      EXPECT_EQ(reader->Tell(), p);
-      EXPECT_FALSE(reader->AtEof());
-      reader->Read(read.data() + p, std::min(step, whole.size() - p));
-    }
-    EXPECT_EQ(read, whole);
-    EXPECT_TRUE(reader->AtEof());
-  }
-  for (const int64_t back : {1, 8, 9, 20, 200}) {
-    uint8_t byte = 0;
-    EXPECT_EQ(reader->Seek(2, -back), 0);
-    EXPECT_EQ(reader->Read(&byte, 1), 1u);
-    EXPECT_EQ(byte, whole.at(whole.size() - static_cast<size_t>(back)));
-    EXPECT_EQ(reader->Seek(1, -1), 0);
-    EXPECT_EQ(reader->Tell(), whole.size() - static_cast<size_t>(back));
-  }
-  EXPECT_NE(reader->Seek(0, -1), 0);
-  EXPECT_NE(reader->Seek(2, INT64_MAX), 0);
-  EXPECT_NE(reader->Seek(3, 0), 0);
-  EXPECT_EQ(reader->Seek(2, 5), 0);
-  EXPECT_EQ(reader->Read(nullptr, 1), 0u);
-}
-
-TEST(RecoveredReaderTest, EndsWhereItsSourceEnds) {
-  const Bytes whole = Mixture(kThreads);
-  const Bytes shrunk(whole.begin(), whole.begin() + 100);
-  RecoveredReader reader(std::make_shared<Core::MemoryReader>(std::span(shrunk)),
-                         Examine(Unfinish(whole)));
-  EXPECT_EQ(ReadAll(reader).size(), 100u);
-  EXPECT_TRUE(reader.AtEof());
-  EXPECT_EQ(reader.Seek(0, 0), 0);
-  reader.Close();
-  EXPECT_FALSE(reader.IsValid());
-  EXPECT_EQ(ReadAll(reader).size(), 0u);
-  EXPECT_NE(reader.Seek(0, 0), 0);
-}
-
-// A capture of frames with a large call each, which exists only as its headers. Unfinished.
-class HugeCapture : public Core::DataReader {
- public:
-  static constexpr uint64_t kFrames = 100;
-  static constexpr uint64_t kPayload = 40'000'000;
-  HugeCapture() {
-    CaptureBuilder capture(0);
-    capture.FrameBlock(1).Call(1, "").SubBlockSize(2 + kPayload).BlockSize(kFrameSize - 6);
-    frame_ = capture.FrameCount(0).FileSize(0).Finish();
-  }
-  bool IsValid() const override { return true; }
-  unsigned long Read(void* buffer, unsigned long size) override {
-    bytesRead += size;
-    auto* bytes = static_cast<uint8_t*>(buffer);
-    for (unsigned long i = 0; i < size; ++i, ++position_) bytes[i] = At(position_);
-    return size;
-  }
-  uint64_t Size() const override { return 32 + kFrames * kFrameSize - 8; }
-  bool AtEof() const override { return position_ >= Size(); }
-  int Seek(int /*origin*/, int64_t offset) override {
-    position_ = static_cast<uint64_t>(offset);
-    return 0;
-  }
-  uint64_t Tell() const override { return position_; }
-
-  uint64_t bytesRead = 0;
-
- private:
-  static constexpr uint64_t kFrameSize = 6 + 4 + 8 + kPayload + 8;
-  uint8_t At(uint64_t position) const {
-    if (position < 32) return frame_.at(position);
-    const uint64_t inFrame = (position - 32) % kFrameSize;
-    if (inFrame >= kFrameSize - 8) return 0xEE;
-    if (position - 32 >= (kFrames - 1) * kFrameSize && inFrame >= 2 && inFrame < 6) return 0;
-    return inFrame < 18 ? frame_.at(32 + inFrame) : 0;
-  }
-  Bytes frame_;
-  uint64_t position_ = 0;
-};
-
 TEST(CaptureRecoveryTest, PayloadsAreNotRead) {
-  HugeCapture capture;
+  constexpr uint32_t kPayload = 40'000'000;
+  constexpr uint64_t kFrameSize = 6 + 4 + 8 + uint64_t{kPayload} + 8;
+  constexpr uint64_t kFrames = 100;
+  SparseReader capture(32 + kFrames * kFrameSize - 8);
+  CaptureBuilder start(0);
+  start.FrameBlock(1).Call(1, "").ClaimSubBlockSize(2 + kPayload).ClaimBlockSize(kFrameSize - 6);
+  const Bytes head = start.ClaimFrameCount(0).ClaimFileSize(0).Finish();
+  capture.Lay(0, {head.begin(), head.begin() + 32});
+  for (uint64_t frame = 0; frame < kFrames; ++frame) {
+    Bytes header(head.begin() + 32, head.begin() + 50);
+    if (frame == kFrames - 1) std::fill_n(header.begin() + 2, 4, 0);
+    capture.Lay(32 + frame * kFrameSize, header);
+    capture.Lay(24 + (frame + 1) * kFrameSize, Bytes(8, 0xEE));
+  }
   const CaptureRecovery recovery = CaptureRecovery::Examine(&capture, capture.Size());
-  EXPECT_EQ(recovery.header.frameCount, HugeCapture::kFrames);
+  EXPECT_EQ(recovery.header.frameCount, kFrames);
   EXPECT_EQ(recovery.header.fileSize, capture.Size() + 8);
   EXPECT_EQ(recovery.leftOutSize, 0u);
-  EXPECT_LT(capture.bytesRead, 6 * HugeCapture::kFrames + 32 + 100);
+  EXPECT_LT(capture.bytesRead, 6 * kFrames + 32 + 100);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
 #include "Data/Capture/DCAPBlockReader.h"
 #include "Data/DCAPFileProcessor.h"
@@ -15,8 +14,9 @@
 #include "support/AllocationMeter.h"
 #include "support/CaptureBuilder.h"
 #include "support/CopyCapture.h"
-#include "support/PayloadBuilder.h"
+#include "support/Failure.h"
 #include "support/RandomCapture.h"
+#include "support/SparseReader.h"
 
 namespace Data {
 namespace {
@@ -24,9 +24,13 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+std::shared_ptr<Core::DataReader> ReaderOf(const std::vector<uint8_t>& bytes) {
+  return std::make_shared<Core::MemoryReader>(std::vector(bytes));
+}
+
 // What ends the reading of all calls of a capture; empty for a sound one.
-std::string Failure(const std::shared_ptr<Core::DataReader>& capture) {
-  try {
+std::string FailureOf(const std::shared_ptr<Core::DataReader>& capture) {
+  return Failure([&] {
     DCAPBlockReader reader(capture);
     StoredSubBlock subBlock{};
     while (reader.NextBlock()) {
@@ -34,14 +38,10 @@ std::string Failure(const std::shared_ptr<Core::DataReader>& capture) {
         if (subBlock.IsCall()) reader.ReadCall(subBlock);
       }
     }
-  } catch (const Core::BasicException& exception) {
-    return exception.what();
-  }
-  return "";
+  });
 }
-
-std::string Failure(const std::vector<uint8_t>& capture) {
-  return Failure(std::make_shared<Core::MemoryReader>(std::span(capture)));
+std::string FailureOf(const CaptureBuilder& capture) {
+  return FailureOf(ReaderOf(capture.Finish()));
 }
 
 TEST(DCAPBlockReaderTest, ShowsEverythingThereIs) {
@@ -51,58 +51,51 @@ TEST(DCAPBlockReaderTest, ShowsEverythingThereIs) {
   }
 }
 
-TEST(DCAPBlockReaderTest, ShowsWhatProcessorsSkip) {
+TEST(DCAPBlockReaderTest, ShowsWhatProcessorsSkipAndSubBlocksLargerThanItsWindow) {
   CaptureBuilder capture;
   capture.OtherBlock(7, "").FrameBlock(1).SubBlock(9, "unknown").Thread(3).SubBlock(0, "");
   capture.Type2Block(5).SubBlock(6, "more").OtherBlock(1000, std::string(600000, 'x'));
   capture.FrameBlock(2).CompressedCall(1, "stored").StoredCall(2, 0, "").SubBlock(3, "x");
-  EXPECT_EQ(CopyCapture(capture.Finish()), capture.Finish());
-}
-
-TEST(DCAPBlockReaderTest, ReadsSubBlocksLargerThanItsWindow) {
-  CaptureBuilder capture;
   capture.FrameBlock(1).Call(1, std::string(5000000, 'a')).Call(2, "small");
   capture.Call(3, std::string(700000, 'b')).FrameBlock(2).Call(4, std::string(100, 'c'));
   EXPECT_EQ(CopyCapture(capture.Finish()), capture.Finish());
 }
 
-TEST(DCAPBlockReaderTest, SkipsWhatNobodyAsksFor) {
+TEST(DCAPBlockReaderTest, SkipsWhatNobodyAsksForAndContinuesAtAnyBlock) {
   CaptureBuilder capture;
   capture.FrameBlock(11).Call(1, "one").Call(2, "two").OtherBlock(9, "body").FrameBlock(12);
-  const std::vector<uint8_t> bytes = capture.Finish();
-  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  DCAPBlockReader reader(ReaderOf(capture.Call(3, "three").Finish()));
   StoredSubBlock subBlock{};
+  std::vector<uint64_t> begins;
+  while (reader.NextBlock()) begins.push_back(reader.BlockBegin());
+  ASSERT_EQ(begins.size(), 3u);
+  reader.ContinueAt(begins[0]);
   EXPECT_TRUE(reader.NextBlock());
+  EXPECT_EQ(reader.BlockEnd(), begins[1]);
   EXPECT_TRUE(reader.NextSubBlock(&subBlock));
   EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(1));
   EXPECT_THAT(reader.NextPiece(), IsEmpty());
   EXPECT_TRUE(reader.NextBlock());
-  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
-  EXPECT_TRUE(reader.NextBlock());
-  EXPECT_EQ(reader.FrameNumber(), 12u);
-  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
-  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
-  EXPECT_FALSE(reader.NextBlock());
-  EXPECT_FALSE(reader.NextBlock());
-}
-
-// Counts the bytes that are read.
-class CountingReader : public Core::MemoryReader {
- public:
-  using Core::MemoryReader::MemoryReader;
-  unsigned long Read(void* buffer, unsigned long size) override {
-    const unsigned long read = Core::MemoryReader::Read(buffer, size);
-    count += read;
-    return read;
+  for (const bool jump : {false, true}) {
+    if (jump) reader.ContinueAt(begins[2]);
+    EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+    EXPECT_TRUE(reader.NextBlock());
+    EXPECT_EQ(reader.FrameNumber(), 12u);
+    EXPECT_TRUE(reader.NextSubBlock(&subBlock));
+    EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(3));
+    EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+    EXPECT_FALSE(reader.NextSubBlock(&subBlock));
+    EXPECT_FALSE(reader.NextBlock());
+    EXPECT_FALSE(reader.NextBlock());
   }
-  uint64_t count = 0;
-};
+  EXPECT_THROW(reader.ContinueAt(UINT64_MAX), Core::BasicException);
+}
 
 TEST(DCAPBlockReaderTest, DescriptionsAreThoseOfWholeSubBlocks) {
   for (uint32_t seed = 0; seed < 100; ++seed) {
     const std::vector<uint8_t> bytes = RandomCapture(seed).Finish();
-    DCAPBlockReader whole(std::make_shared<Core::MemoryReader>(std::span(bytes)));
-    DCAPBlockReader desc(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+    DCAPBlockReader whole(ReaderOf(bytes));
+    DCAPBlockReader desc(ReaderOf(bytes));
     StoredSubBlock a{};
     StoredSubBlock b{};
     while (whole.NextBlock() && desc.NextBlock()) {
@@ -123,8 +116,7 @@ TEST(DCAPBlockReaderTest, DescriptionsTellDecompressedSizes) {
   CaptureBuilder capture(kCompressionLZ77 << kOptionCompressionShift);
   capture.FrameBlock(1).CompressedCall(5, std::string(1000, 'x')).StoredCall(6, 12345, "");
   capture.StoredCall(7, 0, "bad").Call(8, "four").SubBlock(6, "unknown").SubBlock(5, "short");
-  const std::vector<uint8_t> bytes = capture.Finish();
-  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  DCAPBlockReader reader(ReaderOf(capture.Finish()));
   StoredSubBlock subBlock{};
   reader.NextBlock();
   for (const uint32_t size : {1000u, 0u, 0u, 4u, 7u}) {
@@ -139,8 +131,10 @@ TEST(DCAPBlockReaderTest, DescriptionsDoNotReadPayloads) {
   CaptureBuilder capture;
   capture.FrameBlock(1);
   for (uint16_t i = 0; i < 20; ++i) capture.Call(i, std::string(1000000, 'x'));
-  auto bytes = std::make_shared<CountingReader>(capture.Call(20, "small").FrameBlock(2).Finish());
-  DCAPBlockReader reader(bytes);
+  capture.Call(20, "small").FrameBlock(2).EndBlock();
+  const auto source = std::make_shared<SparseReader>(capture.Size());
+  source->Lay(0, capture.Finish());
+  DCAPBlockReader reader(source);
   StoredSubBlock subBlock{};
   reader.NextBlock();
   for (uint16_t i = 0; i <= 20; ++i) {
@@ -149,30 +143,7 @@ TEST(DCAPBlockReaderTest, DescriptionsDoNotReadPayloads) {
   }
   EXPECT_FALSE(reader.NextSubBlockDesc(&subBlock));
   EXPECT_TRUE(reader.NextBlock());
-  EXPECT_LT(bytes->count, 500000u);
-}
-
-TEST(DCAPBlockReaderTest, ContinuesAtAnyBlock) {
-  CaptureBuilder capture;
-  capture.FrameBlock(11).Call(1, "one").Call(2, "two").OtherBlock(9, "body").FrameBlock(12);
-  const std::vector<uint8_t> bytes = capture.Call(3, "three").Finish();
-  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
-  StoredSubBlock subBlock{};
-  std::vector<uint64_t> begins;
-  while (reader.NextBlock()) begins.push_back(reader.BlockBegin());
-  ASSERT_EQ(begins.size(), 3u);
-  reader.ContinueAt(begins[0]);
-  EXPECT_TRUE(reader.NextBlock());
-  EXPECT_EQ(reader.BlockEnd(), begins[1]);
-  EXPECT_TRUE(reader.NextSubBlock(&subBlock));
-  reader.ContinueAt(begins[2]);
-  EXPECT_FALSE(reader.NextSubBlock(&subBlock));
-  EXPECT_TRUE(reader.NextBlock());
-  EXPECT_EQ(reader.FrameNumber(), 12u);
-  EXPECT_TRUE(reader.NextSubBlock(&subBlock));
-  EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(3));
-  EXPECT_FALSE(reader.NextBlock());
-  EXPECT_THROW(reader.ContinueAt(UINT64_MAX), Core::BasicException);
+  EXPECT_LT(source->bytesRead, 500000u);
 }
 
 TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
@@ -180,8 +151,7 @@ TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
   const std::string text(1000, 'x');
   capture.FrameBlock(1).CompressedCall(5, text).CompressedMethodCall(77, 6, text).Call(7, text);
   capture.StoredCall(8, 0, "dropped").StoredCall(9, 1000, "").MethodCall(78, 10, "plain");
-  const std::vector<uint8_t> bytes = capture.Finish();
-  DCAPBlockReader reader(std::make_shared<Core::MemoryReader>(std::span(bytes)));
+  DCAPBlockReader reader(ReaderOf(capture.Finish()));
   StoredSubBlock subBlock{};
   std::vector<std::string> calls;
   reader.NextBlock();
@@ -200,25 +170,23 @@ TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {
 TEST(DCAPBlockReaderTest, FailsWithTheTextsOfTheProcessor) {
   using Texts = DCAPFileProcessor;
   const auto frame = [] { return CaptureBuilder().FrameBlock(1).Call(1, "payload"); };
-  EXPECT_EQ(Failure(std::shared_ptr<Core::DataReader>()), Texts::InvalidReaderMsg);
-  EXPECT_EQ(Failure(std::vector<uint8_t>()), Texts::FileHeaderFailMsg);
-  EXPECT_EQ(Failure(frame().SetByte(0, 'X').Finish()), Texts::FourCCFailMsg);
-  EXPECT_EQ(Failure(CaptureBuilder(3 << kOptionCompressionShift).Finish()),
-            Texts::CompressionTypeFailMsg);
-  EXPECT_EQ(Failure(frame().Shrink(8).Finish()), Texts::BlockTrailerFailMsg);
-  EXPECT_EQ(Failure(frame().SetByte(61, 0).Finish()), Texts::BlockTrailerMissingMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(7).Finish()), Texts::BlockTrailerMissingMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(11).Finish()), Texts::FrameNumberFailMsg);
-  EXPECT_EQ(Failure(frame().BlockSize(21).Finish()), Texts::SubBlockHeaderFailMsg);
-  EXPECT_EQ(Failure(frame().SubBlockSize(10).Finish()), Texts::SubBlockDataFailMsg);
-  EXPECT_EQ(Failure(frame().SubBlockSize(1).BlockSize(23).Finish()), Texts::SubBlockDataFailMsg);
-  EXPECT_EQ(Failure(CaptureBuilder(1 << kOptionCompressionShift)
-                        .FrameBlock(1)
-                        .StoredCall(1, 100, "no LZ4 unit")
-                        .Finish()),
+  EXPECT_EQ(FailureOf(std::shared_ptr<Core::DataReader>()), Texts::InvalidReaderMsg);
+  EXPECT_EQ(FailureOf(ReaderOf({})), Texts::FileHeaderFailMsg);
+  EXPECT_EQ(FailureOf(frame().SetByte(0, 'X')), Texts::FourCCFailMsg);
+  EXPECT_EQ(FailureOf(CaptureBuilder(3 << kOptionCompressionShift)), Texts::CompressionTypeFailMsg);
+  EXPECT_EQ(FailureOf(frame().Shrink(8)), Texts::BlockTrailerFailMsg);
+  EXPECT_EQ(FailureOf(frame().SetByte(61, 0)), Texts::BlockTrailerMissingMsg);
+  EXPECT_EQ(FailureOf(frame().ClaimBlockSize(7)), Texts::BlockTrailerMissingMsg);
+  EXPECT_EQ(FailureOf(frame().ClaimBlockSize(11)), Texts::FrameNumberFailMsg);
+  EXPECT_EQ(FailureOf(frame().ClaimBlockSize(21)), Texts::SubBlockHeaderFailMsg);
+  EXPECT_EQ(FailureOf(frame().ClaimSubBlockSize(10)), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(FailureOf(frame().ClaimSubBlockSize(1).ClaimBlockSize(23)), Texts::SubBlockDataFailMsg);
+  EXPECT_EQ(FailureOf(CaptureBuilder(1 << kOptionCompressionShift)
+                          .FrameBlock(1)
+                          .StoredCall(1, 100, "no LZ4 unit")),
             Texts::DecompressFailMsg);
   // Three bytes of a further block header.
-  EXPECT_EQ(Failure(frame().OtherBlock(9, "").Shrink(3).FileSize(0).Finish()), "");
+  EXPECT_EQ(FailureOf(frame().OtherBlock(9, "").Shrink(3).ClaimFileSize(0)), "");
 }
 
 TEST(DCAPBlockReaderTest, AReadErrorIsNotTheEnd) {
@@ -231,18 +199,18 @@ TEST(DCAPBlockReaderTest, AReadErrorIsNotTheEnd) {
   CaptureBuilder capture;
   capture.FrameBlock(1).Call(1, "payload").EndBlock();
   ASSERT_EQ(capture.Size(), 69u);
-  EXPECT_EQ(Failure(std::make_shared<BadDisk>(capture.FrameBlock(2).FileSize(0).Finish())),
+  EXPECT_EQ(FailureOf(std::make_shared<BadDisk>(capture.FrameBlock(2).ClaimFileSize(0).Finish())),
             DCAPFileProcessor::BlockHeaderFailMsg);
 }
 
 TEST(DCAPBlockReaderTest, AllocatesNothingOnTheWordOfAFile) {
   const AllocationMeter meter(8 << 20);
   CaptureBuilder large;
-  large.FrameBlock(1).Call(1, "payload").SubBlockSize(0xFFFFFF00).BlockSize(0xFFFFFFF0);
-  EXPECT_EQ(Failure(large.Finish()), DCAPFileProcessor::SubBlockDataFailMsg);
+  large.FrameBlock(1).Call(1, "payload").ClaimSubBlockSize(0xFFFFFF00).ClaimBlockSize(0xFFFFFFF0);
+  EXPECT_EQ(FailureOf(large), DCAPFileProcessor::SubBlockDataFailMsg);
   CaptureBuilder bomb(kCompressionLZ4 << kOptionCompressionShift);
   bomb.FrameBlock(1).StoredCall(1, 0xFFFFFFFF, "small");
-  EXPECT_EQ(Failure(bomb.Finish()), DCAPFileProcessor::DecompressFailMsg);
+  EXPECT_EQ(FailureOf(bomb), DCAPFileProcessor::DecompressFailMsg);
 }
 
 }  // namespace

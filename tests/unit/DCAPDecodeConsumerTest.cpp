@@ -9,10 +9,10 @@
 
 #include "Core/MemoryReader.h"
 #include "Data/DCAPDecodeConsumer.h"
-#include "Data/DCAPFileProcessor.h"
 
 #include "support/CaptureBuilder.h"
 #include "support/LogCollector.h"
+#include "support/RecordingConsumer.h"
 
 namespace {
 
@@ -77,10 +77,7 @@ class DCAPDecodeConsumerTest : public testing::Test {
   // Feeds the capture to the consumer and returns what was heard.
   Journal Run(const CaptureBuilder& capture) {
     journal.clear();
-    Data::DCAPFileProcessor processor;
-    processor.Initialize(&consumer, std::make_shared<Core::MemoryReader>(capture.Finish()), 0);
-    while (processor.ProcessNextBlock()) {
-    }
+    Walk(std::make_shared<Core::MemoryReader>(capture.Finish()), &consumer);
     return journal;
   }
 
@@ -125,17 +122,11 @@ TEST_F(DCAPDecodeConsumerTest, DecodersHearOfThreadChangesWhetherOrNotTheyClaimT
   EXPECT_THAT(Run(capture),
               ElementsAre("low call 1 ", "low thread 4", "low call 2 ", "wide thread 4",
                           "low method 0.3 ", "low thread 5", "low method 0.4 ", "wide thread 5"));
-}
-
-TEST_F(DCAPDecodeConsumerTest, ACaptureWithoutThreadIdsChangesNoThread) {
-  consumer.AddDecoder(&low);
+  // A capture without thread ids changes no thread.
   consumer.AddMetaHandler(&handler);
-  CaptureBuilder capture;
-  capture.FrameBlock(1).Thread(4).Call(1, "");
-  EXPECT_THAT(Run(capture), ElementsAre("low thread 4", "low call 1 "));
   CaptureBuilder threadless(0);
-  threadless.FrameBlock(1).Call(1, "").Metadata(1, 2, "t");
-  EXPECT_THAT(Run(threadless), ElementsAre("low call 1 ", "text t"));
+  EXPECT_THAT(Run(threadless.FrameBlock(1).Call(1, "").Metadata(1, 2, "t")),
+              ElementsAre("low call 1 ", "text t"));
 }
 
 TEST_F(DCAPDecodeConsumerTest, MetadataAndItsThreadsGoToTheMetaHandlers) {

@@ -7,10 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Core/Exceptions.h"
 #include "Data/Capture/DCAPFileWriter.h"
 
 #include "support/CaptureBuilder.h"
+#include "support/Failure.h"
 #include "support/MemoryWriter.h"
 #include "support/PayloadBuilder.h"
 
@@ -36,16 +36,6 @@ DCAPWriterOptions Compressed(CompressionType compression) {
   DCAPWriterOptions options;
   options.compression = compression;
   return options;
-}
-
-template <typename Action>
-std::string Failure(Action action) {
-  try {
-    action();
-  } catch (const Core::BasicException& exception) {
-    return exception.what();
-  }
-  return "";
 }
 
 TEST(DCAPFileWriterTest, WritesEveryKindOfBlockAndSubBlock) {

@@ -25,6 +25,7 @@
 #include "Data/GLDecoder.h"
 
 #include "support/CaptureBuilder.h"
+#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
 #include "support/PlainClasses.h"
 
@@ -77,7 +78,7 @@ TEST(ForeignClassesTest, ClassesWithoutTypeInformationServe) {
        {decoder.get(), static_cast<Decoder*>(&eglDecoder), static_cast<Decoder*>(&glDecoder)}) {
     consumer.AddDecoder(each);
   }
-  const std::vector<uint8_t> capture = Flushes(1).FrameCount(0).FileSize(0).Finish();
+  const std::vector<uint8_t> capture = Flushes(1).ClaimFrameCount(0).ClaimFileSize(0).Finish();
   ReadAll(MakePlainReader(capture), &consumer);
   EXPECT_THAT(notes, ElementsAre("block event handler", "decoder", "GL adapter", "decoder",
                                  "EGL adapter", "meta handler"));
@@ -210,6 +211,7 @@ class Pipe : public Core::MemoryReader {
 };
 
 TEST(ForeignClassesTest, BlocksThatAreSkippedWithoutSeekingAreReadAndDropped) {
+  const LogCollector silence;
   // The body of the block that is skipped looks like a frame.
   const std::vector<uint8_t> frame = CaptureBuilder().FrameBlock(99).Call(kFlush, "").Finish();
   const std::vector<uint8_t> body(frame.begin() + sizeof(FileHeader), frame.end());
@@ -220,7 +222,7 @@ TEST(ForeignClassesTest, BlocksThatAreSkippedWithoutSeekingAreReadAndDropped) {
         .Call(kFlush, "")
         .SubBlock(9, "skipped")
         .Call(kFlush, "");
-    if (!isFinished) capture.FileSize(0).FrameCount(0);
+    if (!isFinished) capture.ClaimFileSize(0).ClaimFrameCount(0);
     Counter counter;
     Counter seeking;
     const std::vector<uint8_t> bytes = capture.Finish();
@@ -349,6 +351,14 @@ TEST(ForeignClassesTest, ListenersMayComeAndGoWhileTheyAreServed) {
   EXPECT_EQ(flush(&decoder).size(), 101u);
   for (Busy& adapter : many) decoder.RemoveAdapter(&adapter);
   EXPECT_THAT(flush(&decoder), ElementsAre("c"));
+
+  decoder.AddAdapter(&b);
+  c.atFirst = [&] {
+    decoder.RemoveAdapter(&b);
+    decoder.AddAdapter(&a);
+  };
+  EXPECT_THAT(flush(&decoder), ElementsAre("c"));
+  decoder.RemoveAdapter(&a);
 
   // Within a nested call, and again and again.
   c.atFirst = [&] {

@@ -1,9 +1,6 @@
 // Captures whose calls are decoded and encoded again: what comes out is what went in.
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <set>
@@ -14,18 +11,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Core/Exceptions.h"
-#include "Core/Log.h"
 #include "Data/Calls/CallTable.h"
 #include "Data/Calls/MadePointer.h"
 
 #include "support/AllocationMeter.h"
 #include "support/CaptureBuilder.h"
+#include "support/Failure.h"
+#include "support/LogCollector.h"
 #include "support/MemoryWriter.h"
 #include "support/PayloadBuilder.h"
 #include "support/RandomCapture.h"
 #include "support/RealCaptures.h"
 #include "support/Reencoder.h"
+#include "support/TemporaryFolder.h"
 
 namespace Data {
 namespace {
@@ -33,19 +31,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-
-// Log lines go nowhere: odd payloads have many.
-class Silence : public Core::Log::Sink {
- public:
-  Silence() : previous_(Core::Log::SetSink(this)) {}
-  ~Silence() override { Core::Log::SetSink(previous_); }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-  void Write(const Core::Log::Record& /*record*/) override {}
-
- private:
-  Core::Log::Sink* previous_;
-};
 
 template <typename GLEncoderType = GLEncoder>
 struct Reencoded {
@@ -62,7 +47,7 @@ struct Reencoded {
 constexpr uint32_t kRandomCaptures = 10000;
 
 TEST(ReencodeTest, RandomCapturesComeOutAsTheyWentIn) {
-  const Silence silence;
+  const LogCollector silence;
   std::set<ApiCallType> calls;
   size_t saved[3] = {};  // bytes, by compression
   for (uint32_t seed = 0; seed < kRandomCaptures; ++seed) {
@@ -85,7 +70,7 @@ TEST(ReencodeTest, RandomCapturesComeOutAsTheyWentIn) {
 }
 
 TEST(ReencodeTest, WhatCallsDoNotCarryIsNoticedAndPassedOnRaw) {
-  const Silence silence;
+  const LogCollector silence;
   for (uint32_t seed = 0; seed < 1000; ++seed) {
     const RandomCapture capture(seed, RandomCapture::kSome);
     const std::vector<uint8_t> bytes = capture.Finish();
@@ -110,24 +95,12 @@ TEST(ReencodeTest, OneWrongByteInOneEncoderIsNoticed) {
   EXPECT_THAT(Reencoded<Faulty>(capture.Finish()).reencoder.raw, ElementsAre(Pair(0x9071, 1)));
 }
 
-template <typename T>
-T Load(const std::vector<uint8_t>& bytes, size_t offset) {
-  T value{};
-  std::memcpy(&value, &bytes.at(offset), sizeof(value));
-  return value;
-}
-
-std::vector<uint8_t> FileBytes(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 TEST(ReencodeTest, CapturesOfRealProgramsComeOutAsTheyWentIn) {
-  const Silence silence;
+  const LogCollector silence;
   for (const std::filesystem::path& path : RealCaptures()) {
     const std::string name = path.stem();
     if (name.ends_with("-unfinished")) continue;
-    const std::vector<uint8_t> bytes = FileBytes(path);
+    const std::vector<uint8_t> bytes = ReadFile(path);
     const Reencoded<> inflated(bytes, kCompressionNone);
     const Reencoded<> again(bytes);
     for (const auto& [id, count] : again.reencoder.raw) {
@@ -141,7 +114,7 @@ TEST(ReencodeTest, CapturesOfRealProgramsComeOutAsTheyWentIn) {
       EXPECT_EQ(again.output->bytes, bytes) << name;
     } else {
       // A compressed capture: other compressors make other bytes, but of the same payloads.
-      EXPECT_NE((Load<uint32_t>(bytes, 8) & kOptionCompressionMask), 0u) << name;
+      EXPECT_NE(bytes.at(9) & (kOptionCompressionMask >> 8), 0u) << name;
       const Reencoded<> inflatedAgain(again.output->bytes, kCompressionNone);
       EXPECT_EQ(inflatedAgain.output->bytes, inflated.output->bytes) << name;
       EXPECT_TRUE(std::equal(bytes.begin(), bytes.begin() + 24, again.output->bytes.begin()))
@@ -160,24 +133,13 @@ class Collector : public CallSink {
   std::vector<std::pair<ApiCallType, std::vector<uint8_t>>> calls;
 };
 
-std::vector<uint8_t> Vector(const Bytes& bytes) {
-  return {bytes.Data(), bytes.Data() + bytes.Size()};
-}
-
 class EncoderTest : public testing::Test {
  protected:
-  template <typename Action>
-  static std::string Failure(Action action) {
-    try {
-      action();
-    } catch (const Core::BasicException& exception) {
-      return exception.what();
-    }
-    return "";
-  }
-
   // The payload of the latest call.
-  std::vector<uint8_t> Payload() const { return collector_.calls.back().second; }
+  void ExpectPayload(const Bytes& expected) const {
+    EXPECT_EQ(collector_.calls.back().second,
+              std::vector(expected.Data(), expected.Data() + expected.Size()));
+  }
 
   Collector collector_;
   EGLEncoder egl_{&collector_};
@@ -186,19 +148,19 @@ class EncoderTest : public testing::Test {
 
 TEST_F(EncoderTest, PointersOfEveryKindCanBeMade) {
   gl_.glGenTextures(2, MadePointer::Array<uint32_t>({7, 8}));
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Array<uint32_t>({7, 8})));
+  ExpectPayload(Bytes().U32(2).Array<uint32_t>({7, 8}));
   gl_.glGenTextures(0, MadePointer::Array<uint32_t>({}, 0xABCD));
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(0).Array<uint32_t>({}, 0xABCD)));
+  ExpectPayload(Bytes().U32(0).Array<uint32_t>({}, 0xABCD));
   gl_.glShaderSource(3, 2, MadePointer::Strings({"one", ""}), MadePointer::Null());
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(2).Strings({"one", ""}).Null()));
+  ExpectPayload(Bytes().U32(3).U32(2).Strings({"one", ""}).Null());
   gl_.glShaderSource(3, 0, MadePointer::Strings({}), MadePointer::Null());
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).U32(0).Strings({}).Null()));
+  ExpectPayload(Bytes().U32(3).U32(0).Strings({}).Null());
   gl_.glGetUniformLocation(-1, 3, MadePointer::String("angle", 5));
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(3).String("angle", 5).I32(-1)));
+  ExpectPayload(Bytes().U32(3).String("angle", 5).I32(-1));
   egl_.eglInitialize(1, 2, MadePointer::Value(1), MadePointer::Value(5));
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Value(1).Value(5).U32(1)));
+  ExpectPayload(Bytes().U32(2).Value(1).Value(5).U32(1));
   gl_.glVertexAttribPointer(0, 4, 0x1406, 0, 16, MadePointer::Null(64));
-  EXPECT_EQ(Payload(), Vector(Bytes().U32s({0, 4, 0x1406, 0, 16}).Address(64)));
+  ExpectPayload(Bytes().U32s({0, 4, 0x1406, 0, 16}).Address(64));
   EXPECT_THAT(collector_.calls.front().first, ApiCallType::glGenTextures);
 }
 
@@ -208,15 +170,15 @@ TEST_F(EncoderTest, ClientMemoryTravelsWithTheCallThatFollows) {
   gl_.VertexAttribIPointerData(6, 7, 8, 9, nullptr, 0, 10);
   gl_.glDrawArrays(4, 0, 3);
   Bytes draw = Bytes().U32s({4, 0, 3, 2, 0x908C, 1, 2, 3, 4, 5, 4, 2, 4}).Text("abcd");
-  EXPECT_EQ(Payload(), Vector(draw.U32s({0x90B5, 6, 7, 8, 9, 10, 2, 0})));
+  ExpectPayload(draw.U32s({0x90B5, 6, 7, 8, 9, 10, 2, 0}));
   gl_.glDrawArrays(4, 0, 3);
-  EXPECT_EQ(Payload(), Vector(Bytes().U32s({4, 0, 3, 0}))) << "the records are used up";
+  ExpectPayload(Bytes().U32s({4, 0, 3, 0}));  // the records are used up
 
   gl_.FlushMappedBufferRangeData(1, 2, 8, memory);
   gl_.glFlushMappedBufferRange(1, 2, 8);
-  EXPECT_EQ(Payload(), Vector(Bytes().U32s({1, 2, 8, 2, 8}).Text("....abcd")));
+  ExpectPayload(Bytes().U32s({1, 2, 8, 2, 8}).Text("....abcd"));
   gl_.glUnmapBuffer(1, 2);
-  EXPECT_EQ(Payload(), Vector(Bytes().U32(2).Null().U32(1))) << "the bytes are used up";
+  ExpectPayload(Bytes().U32(2).Null().U32(1));  // the bytes are used up
 }
 
 TEST_F(EncoderTest, PointersThatDoNotFitTheirParameterAreRefused) {

@@ -15,8 +15,8 @@ std::string Shortest(float value) {
 }
 
 std::string Written(float value) {
-  char text[TextBuffer::kNumberRoom];
-  return {text, TextBuffer::FloatTo(text, value)};
+  char text[Inspect::TextBuffer::kNumberRoom];
+  return {text, Inspect::TextBuffer::FloatTo(text, value)};
 }
 
 TEST(TextBufferTest, WholeFloatsAreWrittenLikeAllOthers) {

@@ -1,8 +1,6 @@
 // A writer that dies leaves a capture with every frame that it had ended.
 #include <csignal>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <random>
 #include <string>
@@ -13,74 +11,40 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "Core/Exceptions.h"
-#include "Core/Log.h"
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
 #include "Data/Capture/DCAPFileWriter.h"
 #include "Data/CaptureFileUtil.h"
-#include "Data/DCAPFileProcessor.h"
 
+#include "support/Failure.h"
+#include "support/LogCollector.h"
 #include "support/MemoryWriter.h"
+#include "support/RecordingConsumer.h"
+#include "support/TemporaryFolder.h"
 
 namespace Data {
 namespace {
 
 constexpr auto kCall = static_cast<ApiCallType>(0x900D);
 
-// Counts the frames and their calls.
-class Counter : public DCAPConsumer {
- public:
-  void ProcessFileStart(const FileHeader& /*header*/) override {}
-  void ProcessFileEnd() override {}
-  void ProcessBlockStart(const BlockHeader& header) override {
-    if (header.type == kBlockFrame) calls.push_back(0);
-  }
-  void ProcessBlockEnd(unsigned long /*trailer*/) override {}
-  void ProcessFrameNumber(unsigned int /*frameNumber*/) override {}
-  void ProcessMethodCall(const SubBlockHeader& /*header*/, const MethodCallDesc& /*desc*/,
-                         const unsigned char* /*data*/, unsigned int /*size*/) override {}
-  void ProcessFunctionCall(const SubBlockHeader& /*header*/, const FunctionCallDesc& /*desc*/,
-                           const unsigned char* /*data*/, unsigned int /*size*/) override {
-    if (!calls.empty()) ++calls.back();
-  }
-  void ProcessMetadata(const SubBlockHeader& /*header*/, const MetadataDesc& /*desc*/,
-                       const unsigned char* /*data*/, unsigned int /*size*/) override {}
-
-  std::vector<uint32_t> calls;  // of each frame
-};
-
-class WriterCrashTest : public testing::Test, private Core::Log::Sink {
+class WriterCrashTest : public testing::Test {
  protected:
-  WriterCrashTest() : previous_(Core::Log::SetSink(this)) {}
-  ~WriterCrashTest() override {
-    Core::Log::SetSink(previous_);
-    std::filesystem::remove(path_);
-  }
-
-  // Finalises the file and returns how many calls are read of each frame.
+  // Finalises the file and returns how many calls are read of each frame. The last may be cut.
   std::vector<uint32_t> FinaliseAndList() const {
     CaptureFileUtil::EnsureFinalization(path_);
     EXPECT_TRUE(CaptureFileUtil::IsFileFinalized(path_, 0));
-    Counter counter;
-    try {
-      DCAPFileProcessor processor;
-      processor.Initialize(&counter, std::make_shared<Core::StdioReader>(path_), 0);
-      while (processor.ProcessNextBlock()) {
-      }
-    } catch (const Core::BasicException&) {
-      // The last frame may be cut anywhere.
+    RecordingConsumer recorder;
+    Failure([&] { Walk(std::make_shared<Core::StdioReader>(path_), &recorder); });
+    std::vector<uint32_t> calls;
+    for (const std::string& event : recorder.Contents()) {
+      event.starts_with("frame") ? calls.push_back(0) : void(++calls.back());
     }
-    return counter.calls;
+    return calls;
   }
 
-  const std::string path_ = std::filesystem::temp_directory_path() /
-                            ("writer_crash_" + std::to_string(getpid()) + ".dcap");
-
- private:
-  void Write(const Core::Log::Record& /*record*/) override {}
-
-  Core::Log::Sink* previous_;
+  const LogCollector log_;
+  const TemporaryFolder folder_;
+  const std::string path_ = folder_ / "capture.dcap";
 };
 
 // What has reached a file after each of the operations on it.
@@ -123,9 +87,7 @@ TEST_F(WriterCrashTest, EveryByteWrittenLeavesEveryEndedFrame) {
 
     for (const auto& [bytes, endedFrames] : journal->states) {
       if (endedFrames == 0) continue;
-      std::ofstream(path_, std::ios::binary)
-          .write(reinterpret_cast<const char*>(bytes.data()),
-                 static_cast<std::streamsize>(bytes.size()));
+      WriteFile(path_, bytes);
       const std::vector<uint32_t> calls = FinaliseAndList();
       ASSERT_GE(calls.size(), endedFrames) << bytes.size();
       for (uint32_t i = 0; i < endedFrames; ++i) ASSERT_EQ(calls[i], i + 1) << bytes.size();

@@ -14,19 +14,21 @@
 #include <CLI/Formatter.hpp>
 
 #include "Command.h"
+#include "ExitStatus.h"
 
 namespace {
 
-constexpr const char* kFooter = R"(Exit status:
-  0  all is well, or whoever read the output had enough
-  1  the capture is damaged, or a file cannot be read or written
-  2  the command line makes no sense
-  3  done, but the capture had been cut: recorded bytes are missing
-
+std::string Footer() {
+  std::string text = "Exit status:\n";
+  for (const ExitStatusText& one : kExitStatuses) {
+    text += "  " + std::to_string(one.status) + "  " + one.text + "\n";
+  }
+  return text + R"(
 Environment:
   NO_COLOR  not empty: no colours, not even on a terminal
 
 'dcap COMMAND --help' shows the options and examples of a command.)";
+}
 
 class HelpFormatter : public CLI::Formatter {
  public:
@@ -40,7 +42,7 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_group(std::string group, bool isPositional,
                          std::vector<const CLI::Option*> options) const override {
     std::string text = CLI::Formatter::make_group(group, isPositional, std::move(options));
-    // The caller has left a line between two groups.
+    // CLI11 has left an empty line between two groups already.
     return isPositional || group == "Options" ? text : text.substr(1);
   }
 
@@ -71,7 +73,7 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
-// How many characters must be inserted, removed, replaced or swapped with the next.
+// The number of characters to insert, remove, replace or swap with the next.
 size_t EditDistance(std::string_view from, std::string_view to) {
   std::vector<size_t> beforeLast;
   std::vector<size_t> last(to.size() + 1);
@@ -107,29 +109,30 @@ void AppendOptions(const CLI::App& app, std::vector<std::string>* names) {
   }
 }
 
-// What was not understood: an option, if there is one, since its value then counts as an argument.
-std::string Stranger(const CLI::App& app) {
+// The word that was not understood: an option, if there is one, as its value counts as an argument.
+std::string UnknownWord(const CLI::App& app) {
   const std::vector<std::string> extras = app.remaining(true);
   const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
   const auto found = std::ranges::find_if(extras, isOption);
   return found != extras.end() ? *found : extras.empty() ? "" : extras.front();
 }
 
-std::string Complaint(const CLI::App& app, const CLI::App& command, const CLI::ParseError& error) {
-  const std::string stranger = Stranger(app);
-  if (stranger.starts_with('-')) {
+std::string DescribeError(const CLI::App& app, const CLI::App& command,
+                          const CLI::ParseError& error) {
+  const std::string unknown = UnknownWord(app);
+  if (unknown.starts_with('-')) {
     std::vector<std::string> names;
     AppendOptions(command, &names);
     AppendOptions(app, &names);
-    const std::string name = stranger.substr(0, stranger.find('='));
+    const std::string name = unknown.substr(0, unknown.find('='));
     return "unknown option '" + name + "'" + Suggest(name, names);
   }
-  if (&command == &app && !stranger.empty()) {
+  if (&command == &app && !unknown.empty()) {
     std::vector<std::string> names;
     for (const CLI::App* known : app.get_subcommands({})) {
       names.push_back(known->get_name());
     }
-    return "unknown command '" + stranger + "'" + Suggest(stranger, names);
+    return "unknown command '" + unknown + "'" + Suggest(unknown, names);
   }
   if (&command == &app && error.get_name() == "RequiredError") {
     return "a command is required";
@@ -153,7 +156,7 @@ void DescribeTool(CLI::App* app, const std::string& version, bool* verbose, int*
   for (AddCommand* add : kCommands) {
     add(*app, status);
   }
-  app->footer(kFooter);  // now, or all commands would have it
+  app->footer(Footer());  // after the commands, which would inherit it
   for (CLI::App* command : app->get_subcommands({})) {
     command->fallthrough()->group("Commands");
   }
@@ -188,6 +191,6 @@ int ReportParseError(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App& command = parsed.empty() ? app : *parsed.front();
   const std::string name = &command == &app ? "dcap" : "dcap " + command.get_name();
   std::fprintf(stderr, "dcap: %s\nRun '%s --help' for more information.\n",
-               Complaint(app, command, error).c_str(), name.c_str());
+               DescribeError(app, command, error).c_str(), name.c_str());
   return kExitUsage;
 }

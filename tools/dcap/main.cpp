@@ -9,6 +9,7 @@
 
 #include "Command.h"
 #include "CommandLine.h"
+#include "ExitStatus.h"
 #include "output/ToolLog.h"
 
 namespace {
@@ -29,7 +30,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // Writing to a reader that has had enough fails instead, so that commands can clean up.
+  // When the reader of a pipe has gone, writing fails, so that commands can clean up.
   std::signal(SIGPIPE, SIG_IGN);
   try {
     return Run(argc, argv);

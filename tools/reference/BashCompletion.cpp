@@ -10,7 +10,7 @@ std::string OptionNames(const CommandInfo& command) {
   return Join(names);
 }
 
-// Lines of a `case` that tell what the value of each option can be.
+// The lines of a `case` that set the possible values of each option.
 std::string Values(const CommandInfo& command) {
   std::string text;
   for (const OptionInfo& option : command.options) {

@@ -5,7 +5,7 @@
 
 namespace {
 
-// Text that troff shows as it is.
+// Escapes text so that troff shows it as it is.
 std::string Escape(const std::string& text) {
   std::string escaped;
   for (const char character : text) {
@@ -54,7 +54,7 @@ std::string Tagged(const std::string& tag, const std::string& text) {
   return ".TP\n" + tag + "\n" + Escape(text) + "\n";
 }
 
-// "--class", and any words to choose from in bold, other values in italics.
+// The names and words to choose from in bold, other values in italics.
 std::string OptionTag(const OptionInfo& option) {
   std::string tag;
   for (const std::string& name : option.names) tag += (tag.empty() ? "" : ", ") + Bold(name);
@@ -106,7 +106,7 @@ std::string ManPage(const CommandInfo& command, const CommandInfo& tool,
   if (summary.ends_with('.')) summary.pop_back();
 
   std::string text = Notice(".\\\"");
-  // The date of the pages; mandoc asks for one, and that of the build would differ each time.
+  // A fixed date, which mandoc asks for: the date of the build would differ each time.
   text += ".TH " + Escape(Upper(page)) + " 1 2026-11-21 dcapkit \"dcapkit manual\"\n";
   text += ".SH NAME\n" + Escape(page) + " \\- " + Escape(summary) + "\n";
   text += ".SH SYNOPSIS\n" + Bold(isTool ? tool.name : tool.name + " " + command.name);

@@ -21,7 +21,7 @@ OptionInfo Describe(const CLI::Option& option) {
   return info;
 }
 
-// A footer is paragraphs, and titles ("Examples:") each followed by indented lines.
+// A footer has paragraphs, and titles ("Examples:") with indented lines below.
 void ReadFooter(const std::string& footer, CommandInfo* info) {
   std::istringstream lines(footer);
   std::string paragraph;

@@ -26,23 +26,23 @@ struct CommandInfo {
   std::string argumentDescription;
   std::vector<OptionInfo> options;
   std::vector<std::string> paragraphs;
-  /// Title and lines of what follows a title in the footer: "Examples", "Exit status".
+  /// The sections of the footer: title ("Examples", "Exit status") and lines.
   std::vector<std::pair<std::string, std::vector<std::string>>> sections;
 };
 
 CommandInfo Describe(const CLI::App& app);
 
-/// The page of `command`, or of the tool itself if that is what it is.
+/// The page of `command`, which may be the tool itself.
 std::string ManPage(const CommandInfo& command, const CommandInfo& tool,
                     const std::vector<CommandInfo>& commands);
 
 std::string BashCompletion(const CommandInfo& tool, const std::vector<CommandInfo>& commands);
 std::string ZshCompletion(const CommandInfo& tool, const std::vector<CommandInfo>& commands);
 
-/// The first line of all that is made here, as a comment that begins with `comment`.
+/// The first line of each generated file, as a comment that begins with `comment`.
 std::string Notice(const std::string& comment);
 
-/// `words`, a space between two.
+/// Joins `words` with spaces.
 std::string Join(const std::vector<std::string>& words);
 
 #endif  // DCAP_REFERENCE_H

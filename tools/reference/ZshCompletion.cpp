@@ -2,7 +2,7 @@
 
 namespace {
 
-// Inside of '...' and of [...] in an argument of _arguments.
+// Escapes text for '...' and [...] in an argument of _arguments.
 std::string Escape(const std::string& text) {
   std::string escaped;
   for (const char character : text) {
@@ -18,7 +18,7 @@ std::string Escape(const std::string& text) {
   return escaped;
 }
 
-// What completes the value of an option.
+// The action that completes the value of an option.
 std::string Action(const OptionInfo& option) {
   if (!option.choices.empty()) {
     return option.TakesList() ? "_values -s , class " + Join(option.choices)

@@ -12,9 +12,9 @@ namespace Core {
 
 /// True when `object` is of exactly the class whose table is `table`, not of one derived from it.
 ///
-/// `typeid` and `dynamic_cast` would tell, too, but they look for type information in the table of
-/// the object, where classes compiled with -fno-rtti have none and tables that were made by hand
-/// need not have room for it. Nothing but the pointer to the table is read here.
+/// Reads nothing but the object's pointer to its table. `typeid` and `dynamic_cast` would look for
+/// type information beside that table, where classes compiled with -fno-rtti have none and tables
+/// that were made by hand need not have room for it.
 inline bool IsExactly(const void* object, const void* const* table) {
   constexpr int kFirstOperation = 2;  // behind the offset to the top and the type information
   const void* own = nullptr;

@@ -18,7 +18,7 @@ uint64_t AddressSize(uint32_t flags) {
   return (flags & PointerFlagAddress) != 0 ? sizeof(uint64_t) : 0;
 }
 
-// What of `size` bytes of content is recorded; `content` must be there for it.
+// Returns the bytes of `size` that are recorded; `content` must be there for them.
 uint64_t Recorded(uint32_t flags, const void* content, uint64_t size) {
   if ((flags & PointerFlagNoContent) != 0) return 0;
   if (content == nullptr && size != 0) throw Core::BasicException(CallEncoder::PointerFailMsg);
@@ -30,8 +30,8 @@ uint64_t ArraySize(const PointerData& array, uint32_t elementSize) {
   return Recorded(array.flags, array.arrayData, uint64_t{array.count} * elementSize);
 }
 
-// The content of every kind: its size, counts included, and where it goes. One place says what is
-// in it; `put(bytes, size)` measures it or stores it.
+// Visits the parts of a pointer block: `put(bytes, size)` measures or stores each. One place says
+// which parts there are, so that size and content cannot differ.
 template <typename Put>
 void ForEachPart(const PointerData& pointer, uint32_t elementSize, Put put) {
   const uint32_t flags = pointer.flags;

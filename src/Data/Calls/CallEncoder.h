@@ -1,4 +1,4 @@
-// What the encoders of EGL and OpenGL ES calls share: from typed calls back to payloads.
+// Turns typed calls back into payloads: the shared half of `EGLEncoder` and `GLEncoder`.
 #ifndef DCAPKIT_DATA_CALLENCODER_H
 #define DCAPKIT_DATA_CALLENCODER_H
 
@@ -38,18 +38,18 @@ class DCAPKIT_API CallSink {
  public:
   virtual ~CallSink() = default;
 
-  /// A call and its payload, which is valid only during the operation.
+  /// Brings a call and its payload, which is valid only during the operation.
   virtual void EncodedCall(ApiCallType id, const uint8_t* payload, uint32_t size) = 0;
 };
 
 /// Lays payloads down in a buffer that it uses again for every call: once that has grown to the
 /// largest payload, encoding allocates nothing.
 ///
-/// Of a pointer everything is written that its flags say is recorded, so that decoding a payload
-/// and encoding the call again gives the same bytes; docs/writing.md lists the exceptions.
-/// Operations throw `Core::BasicException`: `PointerFailMsg` for a pointer whose elements do not
-/// have the size of the call's parameter or whose content is missing, `PayloadTooLargeMsg`. What
-/// the sink throws passes through.
+/// It writes everything of a pointer that its flags say is recorded, so that decoding a payload and
+/// encoding the call again gives the same bytes; docs/writing.md lists the exceptions. Operations
+/// throw `Core::BasicException`: `PointerFailMsg` for a pointer whose elements do not have the size
+/// of the call's parameter or whose content is missing, `PayloadTooLargeMsg` beyond 4 GiB. An
+/// exception of the sink passes through.
 class DCAPKIT_API CallEncoder {
  public:
   CallEncoder(const CallEncoder&) = delete;
@@ -64,7 +64,7 @@ class DCAPKIT_API CallEncoder {
   /// `Append`.
   class Buffer {
    public:
-    /// Room for `size` further bytes, which the caller fills.
+    /// Returns room for `size` further bytes, which the caller fills.
     uint8_t* Append(uint64_t size) {
       if (capacity_ - size_ < size) [[unlikely]] {
         Grow(size);
@@ -93,8 +93,8 @@ class DCAPKIT_API CallEncoder {
   explicit CallEncoder(CallSink* sink) : sink_(sink) {}
   ~CallEncoder() = default;
 
-  /// Encodes the values in payload order and hands the call on. Scalars and pointers are given as
-  /// they are, client data as the bytes that it is recorded as.
+  /// Encodes the values in payload order and hands the call on. Takes scalars and pointers as they
+  /// are, client data as its recorded bytes.
   template <typename... Values>
   void Encode(ApiCallType id, const Values&... values) {
     const uint64_t size = (uint64_t{0} + ... + EncodedSize(values));

@@ -1,5 +1,5 @@
-// What the call tables say about every call: names, types and classes, for tools that print,
-// filter or count.
+// Describes every call by the call tables: names, types and classes, for tools that print, filter
+// or count.
 #ifndef DCAPKIT_DATA_CALLTABLE_H
 #define DCAPKIT_DATA_CALLTABLE_H
 
@@ -14,7 +14,7 @@ namespace Data {
 
 enum class Api : uint8_t { kEGL, kGLES };
 
-/// What a call is for; every call belongs to exactly one class.
+/// The purpose of a call; every call belongs to exactly one class.
 enum class CallClass : uint8_t {
   kDraw,      ///< glDraw*: draws primitives
   kCompute,   ///< glDispatchCompute*
@@ -29,7 +29,7 @@ enum class CallClass : uint8_t {
   kPresent,  ///< ends a frame
 };
 
-/// How a value is stored, in a payload and in a `CallValue`.
+/// The stored form of a value, in a payload and in a `CallValue`.
 enum class ValueType : uint8_t {
   kUint8,  ///< only as the element of a pointer
   kUint32,
@@ -41,7 +41,7 @@ enum class ValueType : uint8_t {
   kBytes,    ///< client data: plain bytes
 };
 
-/// How a person wants to see a value, or the elements of a pointer.
+/// The form in which a person wants to read a value, or the elements of a pointer.
 enum class ValueFormat : uint8_t {
   kNumber,
   kHex,
@@ -86,27 +86,29 @@ struct CallDesc {
   uint8_t parameterCount;       ///< without the result
   bool hasResult;
 
-  /// Parameters in the order of the prototype, then the result if there is one: the order in which
-  /// a payload holds them.
+  /// Returns the parameters in the order of the prototype, then the result if there is one: the
+  /// order in which a payload holds them.
   [[nodiscard]] std::span<const ParameterDesc> Values() const {
     return {values, static_cast<size_t>(parameterCount) + (hasResult ? 1 : 0)};
   }
 };
 
-/// The description of a call, or null when `id` is reserved or out of range. Never freed.
+/// Returns the description of a call, or null when `id` is reserved or out of range. Descriptions
+/// live as long as the library.
 DCAPKIT_API const CallDesc* FindCall(ApiCallType id) noexcept;
 
-/// The call of that name, or null.
+/// Returns the call of that name, or null.
 DCAPKIT_API const CallDesc* FindCall(std::string_view name) noexcept;
 
-/// All calls of an API in the order of its adapter's operations.
+/// Returns all calls of an API in the order of its adapter's operations.
 DCAPKIT_API std::span<const CallDesc> AllCalls(Api api) noexcept;
 
-/// "draw", "compute", "transfer", "upload", "create", "delete", "state", "query", "sync", "marker"
-/// or "present".
+/// Returns "draw", "compute", "transfer", "upload", "create", "delete", "state", "query", "sync",
+/// "marker" or "present".
 DCAPKIT_API const char* CallClassName(CallClass callClass) noexcept;
 
-/// The Khronos name of an enumerant, or null. Names of `type` come first, then those of `api`.
+/// Returns the Khronos name of an enumerant, or null. Looks among the names of `type` first, then
+/// among those of `api`.
 DCAPKIT_API const char* EnumerantName(Api api, const TypeDesc& type, uint32_t value) noexcept;
 
 }  // namespace Data

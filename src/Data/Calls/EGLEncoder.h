@@ -9,7 +9,7 @@
 namespace Data {
 
 /// Encodes every EGL call that it receives, from an `EGLDecoder` or from a program that records,
-/// and hands it to the sink, which it borrows. See `CallEncoder`.
+/// and hands it to the sink. Borrows the sink. See `CallEncoder`.
 class DCAPKIT_API EGLEncoder : public EGLAdapter, public CallEncoder {
  public:
   explicit EGLEncoder(CallSink* sink) : CallEncoder(sink) {}

@@ -9,9 +9,9 @@
 namespace Data {
 
 /// Encodes every OpenGL ES call that it receives, from a `GLDecoder` or from a program that
-/// records, and hands it to the sink, which it borrows. See `CallEncoder`.
+/// records, and hands it to the sink. Borrows the sink. See `CallEncoder`.
 ///
-/// Client memory is copied when its operation is called and encoded with the call that it belongs
+/// Copies client memory when its operation is called and encodes it with the call that it belongs
 /// to: vertex arrays with the next draw call, the bytes of a mapped range with the next
 /// glFlushMappedBufferRange or glUnmapBuffer.
 class DCAPKIT_API GLEncoder : public GLAdapter, public CallEncoder {
@@ -19,7 +19,7 @@ class DCAPKIT_API GLEncoder : public GLAdapter, public CallEncoder {
   explicit GLEncoder(CallSink* sink) : CallEncoder(sink) {}
   ~GLEncoder() override = default;
 
-  // Client data: GLEncoder.cpp, with the calls that take it along.
+  // Client data. GLEncoder.cpp has it, with the calls that take it along.
   void VertexAttribPointerData(uint32_t index, int32_t size, uint32_t type, uint32_t normalized,
                                int32_t stride, unsigned char* buffer, uint32_t dataLength,
                                uint32_t dataOffset) override;

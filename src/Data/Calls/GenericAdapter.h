@@ -15,7 +15,7 @@ class EGLAdapter;
 class GLAdapter;
 class PointerData;
 
-/// One value of a call: a parameter or the result. Which member holds it, `type` tells.
+/// One value of a call: a parameter or the result. `type` tells which member holds it.
 struct CallValue {
   ValueType type;
   uint32_t byteCount = 0;  ///< of `bytes`
@@ -55,8 +55,9 @@ struct CallValue {
 ///     glDecoder.AddAdapter(count.AsGLAdapter());
 ///
 /// Values stand in the order of `CallDesc::Values`: parameters as in the prototype, then the
-/// result. They and what they point to are valid only during the operation. The object must outlive
-/// its use by the decoders; it is not copied.
+/// result. Values and the memory that they point to are valid only during the operation;
+/// descriptions live as long as the library. The object must outlive its use by the decoders; it is
+/// not copied.
 class DCAPKIT_API GenericAdapter {
  public:
   GenericAdapter();
@@ -67,16 +68,16 @@ class DCAPKIT_API GenericAdapter {
   /// The calls of `api` that follow were recorded on thread `threadId`.
   virtual void ProcessThreadChange(Api api, uint32_t threadId);
 
-  /// A recorded call.
+  /// Brings a recorded call.
   virtual void ProcessCall(const CallDesc& call, std::span<const CallValue> values);
 
-  /// Client memory of the call that follows. `operation` is named "VertexAttribPointerData",
+  /// Brings client memory of the call that follows. `operation` is named "VertexAttribPointerData",
   /// "VertexAttribIPointerData", "FlushMappedBufferRangeData" or "UnmapBufferData" and bears the
   /// identifier of the call that set or used the memory. The bytes are those recorded: for a vertex
   /// array the `dataLength` bytes that belong at `dataOffset` of the client's array.
   virtual void ProcessClientData(const CallDesc& operation, std::span<const CallValue> values);
 
-  /// The adapters to register with the decoders; owned by this object.
+  /// Return the adapters to register with the decoders. This object owns them.
   [[nodiscard]] EGLAdapter* AsEGLAdapter() noexcept { return eglAdapter_.get(); }
   [[nodiscard]] GLAdapter* AsGLAdapter() noexcept { return glAdapter_.get(); }
 

@@ -23,8 +23,8 @@ uint32_t RequireCount(uint64_t count) {
 
 }  // namespace
 
-// Members as `PointerData::Decode` would set them. What is allocated belongs to pointer_ at once,
-// which frees it.
+// Sets members as `PointerData::Decode` would. Memory belongs to pointer_ as soon as it is
+// allocated, which frees it.
 
 void MadePointer::Begin(uint32_t flags, uint64_t address, uint64_t count, uint32_t elementSize) {
   pointer_.decoded = true;

@@ -13,21 +13,23 @@
 
 namespace Data {
 
-/// A `PointerData` made from what a pointer points to, to be passed where one is taken:
+/// A `PointerData` made from the memory that a pointer points to, to be passed where a call takes
+/// one:
 ///
 ///     gl.glGenTextures(2, MadePointer::Array<uint32_t>({7, 8}));
 ///     gl.glShaderSource(1, 1, MadePointer::Strings({source}), MadePointer::Null());
 ///     gl.glGetProgramiv(1, GL_LINK_STATUS, MadePointer::Value(GL_TRUE));
 ///
-/// Content is copied. Elements must have the size that the call's parameter has: 1 byte for plain
-/// memory, otherwise 4 or 8. An `address` other than 0 is recorded too.
+/// It copies the content. Elements must have the size that the call's parameter has: 1 byte for
+/// plain memory, otherwise 4 or 8. An `address` other than 0 is recorded too. Content of more than
+/// 2^32 - 1 elements throws `CallEncoder::PayloadTooLargeMsg`.
 class DCAPKIT_API MadePointer {
  public:
-  /// A null pointer, or, with an address, one of which nothing else is recorded: an offset into a
-  /// buffer, for instance.
+  /// Makes a null pointer or, with an address, one of which nothing else is recorded: an offset
+  /// into a buffer, for instance.
   static MadePointer Null(uint64_t address = 0) { return MadePointer(0, address, nullptr, 0, 0); }
 
-  /// A pointer to one value, as out-parameters are.
+  /// Makes a pointer to one value, as out-parameters are.
   template <typename Element>
   static MadePointer Value(const Element& value, uint64_t address = 0) {
     static_assert(std::is_trivially_copyable_v<Element>);
@@ -56,7 +58,7 @@ class DCAPKIT_API MadePointer {
     return MadePointer(std::span(texts.begin(), texts.size()), address);
   }
 
-  // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): that is what it is for
+  // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions): its purpose
   operator const PointerData*() const noexcept { return &pointer_; }
 
  private:

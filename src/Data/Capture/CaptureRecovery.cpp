@@ -63,7 +63,8 @@ class Examination {
     trailers_ = HasTrailers(header.optionMask);
   }
 
-  // Counts the blocks that are there whole and returns where they end.
+  // Counts the blocks that are there whole and returns where they end. Goes from size to size and
+  // believes them; the last block, where the recorder or the copy stopped, is looked into later.
   uint64_t WalkBlocks() {
     uint64_t position = sizeof(FileHeader);
     uint64_t doubtful = 0;  // a block that is empty if what follows makes sense
@@ -72,6 +73,8 @@ class Examination {
       const Block block = ReadBlock(position);
       if (block.HasSubBlocks()) doubtful = 0;
       if (block.IsUnfinished() || block.End() > size_) break;
+      // A block of another type may be empty, or its recorder died: only the blocks behind it can
+      // tell.
       if (block.size == 0 && doubtful == 0) {
         doubtful = position;
         lastBeforeDoubt = last_;
@@ -111,6 +114,7 @@ class Examination {
     }
     if (last_.HasSubBlocks()) KeepSubBlocks();
     if (!block.IsUnfinished() && found_.leftOutSize != 0 && found_.storedHeader.fileSize == size_) {
+      // No byte of the file is missing, so a size in it lies; dropping bytes would be a guess.
       const FileHeader header = found_.storedHeader;
       found_ = {};
       found_.storedHeader = header;
@@ -124,6 +128,7 @@ class Examination {
     const uint64_t body = last_.position + sizeof(BlockHeader);
     const uint64_t firstSubBlock = body + kFrameNumberSize;
     if (firstSubBlock > end_) return;  // too small for its frame number; a lie, not a cut
+    // The block has a size of 32 bits, so sub-blocks beyond that cannot be kept.
     const uint64_t largest = UINT32_MAX - (trailers_ ? kTrailerSize : 0);
     const uint64_t bytesEnd = std::min(end_, body + largest);
 
@@ -157,7 +162,7 @@ class Examination {
   }
 
   // True when the bytes from `position` to end_ are a trailer or its beginning, or when there are
-  // none. They cannot be anything else: no (sub-)block of that size fits.
+  // none. Nothing else can stand there: no block or sub-block of that size fits.
   bool IsPartOfTrailer(uint64_t position) {
     const uint64_t count = end_ - position;
     if (count == 0) return true;
@@ -167,7 +172,8 @@ class Examination {
     return bytes == DCAPFrameTrailer;
   }
 
-  // Leaves out everything from `start`, and says so of all but a trailer that will be written anew.
+  // Leaves out everything from `start`, and reports all of it but a trailer that will be written
+  // anew.
   void LeaveOut(uint64_t start, bool isBlock, uint64_t trailerSize = 0) {
     found_.keptSize = start;
     found_.leftOutStart = start;
@@ -189,7 +195,7 @@ class Examination {
 
   Core::DataReader* reader_;
   uint64_t size_;  // of the file
-  uint64_t end_;   // of what is to be kept of it, trailer included
+  uint64_t end_;   // of the part that is to be kept, trailer included
   bool trailers_ = false;
   Block last_;  // the last block that is kept
   uint32_t frames_ = 0;
@@ -222,8 +228,9 @@ bool CaptureRecovery::IsCut() const {
 void CaptureRecovery::Finish(Core::DataWriter* writer) const {
   if (writer == nullptr || !writer->IsValid()) throw Core::BasicException(kInvalidWriter);
   if (lastBlockSize != storedLastBlockSize) {
-    // A size half written must not be that of a smaller block, behind which the walk would go
-    // astray. So the block claims to run past the end of the file until its highest byte is there.
+    // A size half written must not be that of a smaller block, behind which the walk would take
+    // payload for headers. So the block claims to run past the end of the file, which makes it the
+    // last one, until its highest byte is there.
     const uint64_t offset = lastBlock + offsetof(BlockHeader, size);
     std::array<uint8_t, sizeof(lastBlockSize)> bytes{};
     std::memcpy(bytes.data(), &lastBlockSize, bytes.size());
@@ -235,9 +242,10 @@ void CaptureRecovery::Finish(Core::DataWriter* writer) const {
   if (appendsTrailer) {
     WriteAt(writer, &DCAPFrameTrailer, kTrailerSize, keptSize, kTrailerUnwritten);
   }
+  // Last, since a header that says the right size declares the file finished.
   if (header.frameCount != storedHeader.frameCount || header.fileSize != storedHeader.fileSize) {
     if (header.fileSize == storedHeader.fileSize) {
-      // Half a count must not stand beside the right size.
+      // Half a count must not stand beside the right size: examining trusts a count that does.
       const uint64_t unknown = 0;
       WriteAt(writer, &unknown, sizeof(unknown), offsetof(FileHeader, fileSize),
               kFrameCountUnwritten);

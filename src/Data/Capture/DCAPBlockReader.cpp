@@ -16,7 +16,7 @@ namespace {
 
 using Texts = DCAPFileProcessor;
 
-// Bytes of a call's description before its payload or its inflated size.
+// Bytes of a call's description without the decompressed size.
 uint32_t PlainDescSize(const StoredSubBlock& call) {
   return call.DescSize() - (call.IsPacked() ? kInflatedSizeSize : 0);
 }
@@ -58,13 +58,13 @@ bool DCAPBlockReader::NextBlock() {
   window_->BeginBlock(block_.size);
   if (!IsFramed()) return true;
 
-  trailerDue_ = HasTrailers(header_.optionMask);
-  if (trailerDue_) {
+  if (HasTrailers(header_.optionMask)) {
     if (remaining_ < kTrailerSize) Fail(Texts::BlockTrailerMissingMsg);
     remaining_ -= kTrailerSize;
+    trailerDue_ = true;
   }
   if (remaining_ < kFrameNumberSize) Fail(Texts::FrameNumberFailMsg);
-  // Read by itself, so that frames which nobody looks into are not fetched.
+  // Read by itself, so that frames that the program skips are not fetched.
   if (window_->ReadOutside(&frameNumber_, kFrameNumberSize) != kFrameNumberSize) {
     Fail(Texts::FrameNumberFailMsg);
   }
@@ -84,7 +84,7 @@ bool DCAPBlockReader::NextSubBlock(StoredSubBlock* subBlock) {
 bool DCAPBlockReader::NextSubBlockDesc(StoredSubBlock* subBlock) {
   if (!ReadSubBlockHeader(subBlock)) return false;
   const uint32_t descSize = std::min(subBlock->DescSize(), subBlock->size);
-  // Skipping may drop the window that holds the description.
+  // Copied, since skipping may drop the window that holds the description.
   std::memcpy(desc_.data(), window_->Take(descSize, Texts::SubBlockDataFailMsg), descSize);
   subBlock->body = desc_.data();
   subBlock->bodySize = descSize;

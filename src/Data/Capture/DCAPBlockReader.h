@@ -19,9 +19,9 @@ namespace Data {
 class BlockWindow;
 class Inflater;
 
-/// A sub-block as it is stored. `body` is its description and its payload, perhaps compressed; it
-/// is borrowed from the reader until the reader's next operation. Of a sub-block that was read with
-/// `NextSubBlockDesc` the description alone is there.
+/// A sub-block as it is stored. `body` is its description and its payload, perhaps compressed; the
+/// reader lends it until its next operation. A sub-block read with `NextSubBlockDesc` has the
+/// description alone.
 struct StoredSubBlock {
   uint16_t type;  ///< `SubBlockType`, or any other value
   uint32_t threadId;
@@ -29,7 +29,7 @@ struct StoredSubBlock {
   uint32_t size;      ///< of the whole sub-block, in bytes
   uint32_t bodySize;  ///< of `body`: `size`, or less when the description alone is there
 
-  /// A function or method call, compressed or not.
+  /// True for a function or method call, compressed or not.
   [[nodiscard]] bool IsCall() const {
     return type >= kSubBlockMethodCall && type <= kSubBlockCompressedFunctionCall;
   }
@@ -39,7 +39,8 @@ struct StoredSubBlock {
   [[nodiscard]] bool IsPacked() const {
     return type == kSubBlockCompressedMethodCall || type == kSubBlockCompressedFunctionCall;
   }
-  /// Bytes of the description, which `size` may be too small for; 0 for an unknown type.
+  /// Returns the bytes of the description, which `size` may be too small for; 0 for an unknown
+  /// type.
   [[nodiscard]] uint32_t DescSize() const {
     if (type == kSubBlockMetadata) return sizeof(MetadataDesc);
     if (!IsCall()) return 0;
@@ -48,7 +49,7 @@ struct StoredSubBlock {
   }
 };
 
-/// A call as consumers receive it. `payload` is borrowed like the body of a sub-block.
+/// A call as consumers receive it. `payload` is lent like the body of a sub-block.
 struct StoredCall {
   bool isMethod;
   MethodCallDesc desc;  ///< of a function call, the identifier alone
@@ -56,9 +57,9 @@ struct StoredCall {
   uint32_t size;
 };
 
-/// Walks a capture and hands out everything in it, for programs that copy, filter or measure what
-/// they need not understand. Where `DCAPFileProcessor` calls a consumer and skips what it does not
-/// know, this reader is asked for one piece after the other:
+/// Walks a capture and hands out everything in it, known or not, for programs that copy, filter or
+/// measure without decoding. `DCAPFileProcessor` calls a consumer and skips blocks of unknown
+/// types; a program asks this reader for one piece after the other:
 ///
 ///     Data::DCAPBlockReader capture(std::make_shared<Core::StdioReader>(path));
 ///     while (capture.NextBlock()) {
@@ -66,10 +67,11 @@ struct StoredCall {
 ///       while (capture.NextSubBlock(&subBlock)) bytesOfThread[subBlock.threadId] += subBlock.size;
 ///     }
 ///
-/// What is not asked for is skipped, whole blocks without being read. Errors are those of the
-/// processor, thrown as `Core::BasicException` with its texts; no operation but destruction may
-/// follow. As there, nothing is allocated on the word of the file alone. A capture that is
-/// unfinished or cut is read through a `RecoveredReader`.
+/// It skips pieces that a program does not ask for, whole blocks without reading them. It shares
+/// the reader, which nobody else may use meanwhile. Errors are those of the processor, thrown as
+/// `Core::BasicException` with its texts; after one only destruction is allowed. As there, nothing
+/// is allocated on the word of the file alone. Read an unfinished or cut capture through a
+/// `RecoveredReader`.
 class DCAPKIT_API DCAPBlockReader {
  public:
   /// Reads the file header. Throws `DCAPFileProcessor::InvalidReaderMsg` (also for null),
@@ -79,62 +81,64 @@ class DCAPKIT_API DCAPBlockReader {
   DCAPBlockReader& operator=(const DCAPBlockReader&) = delete;
   ~DCAPBlockReader();
 
+  /// The file header, as stored.
   [[nodiscard]] const FileHeader& Header() const noexcept { return header_; }
 
-  /// Goes to the next block. False at the end of the capture, which the file size in the header
-  /// tells, or else the stream. Throws `BlockHeaderFailMsg`, and for a frame or a type-2 block
-  /// `BlockTrailerMissingMsg` and `FrameNumberFailMsg`.
+  /// Goes to the next block. Returns false at the end of the capture, told by the file size in the
+  /// header or, when that is 0, by the stream. Throws `BlockHeaderFailMsg`, and for a frame or a
+  /// type-2 block `BlockTrailerMissingMsg` and `FrameNumberFailMsg`.
   bool NextBlock();
 
-  /// Makes the block that begins at `position` the one that `NextBlock` goes to. Throws
-  /// `BlockHeaderFailMsg` when the stream cannot be there.
+  /// Makes `NextBlock` go to the block that begins at `position`. Throws `BlockHeaderFailMsg` when
+  /// the stream cannot be there.
   void ContinueAt(uint64_t position);
 
-  /// How many bytes of the capture have been handed out or skipped.
+  /// Returns the bytes of the capture that have been handed out or skipped.
   [[nodiscard]] uint64_t Position() const noexcept {
     return nextBlock_ - remaining_ - (trailerDue_ ? sizeof(DCAPFrameTrailer) : 0);
   }
 
   /// The header of the block at hand, as stored.
   [[nodiscard]] const BlockHeader& Block() const noexcept { return block_; }
-  /// Where it begins and ends in the stream, its header included. The end is the file's word.
+  /// The position of its header in the stream, and that of its end, as its size claims.
   [[nodiscard]] uint64_t BlockBegin() const noexcept {
     return nextBlock_ - sizeof(block_) - block_.size;
   }
   [[nodiscard]] uint64_t BlockEnd() const noexcept { return nextBlock_; }
-  /// The block is a frame or of type 2: it has a number and sub-blocks.
+  /// True for a frame or a type-2 block: it has a number and sub-blocks.
   [[nodiscard]] bool IsFramed() const noexcept {
     return block_.type == kBlockFrame || block_.type == kBlockType2;
   }
   /// The sequence number of a frame or a type-2 block.
   [[nodiscard]] uint32_t FrameNumber() const noexcept { return frameNumber_; }
 
-  /// Reads the next sub-block of a frame or a type-2 block. False at its end, and for other blocks.
-  /// Throws `SubBlockHeaderFailMsg`, `SubBlockDataFailMsg`, and at the end of the block
+  /// Reads the next sub-block of a frame or a type-2 block. Returns false at its end, and for other
+  /// blocks. Throws `SubBlockHeaderFailMsg`, `SubBlockDataFailMsg`, and at the end of the block
   /// `BlockTrailerFailMsg` and `BlockTrailerMissingMsg`.
   bool NextSubBlock(StoredSubBlock* subBlock);
 
-  /// The same for programs that look at no payloads: only the description is there in `body`, while
-  /// `size` is that of the whole. Payloads are not read where that saves anything, so a sub-block
+  /// Does the same for programs that look at no payloads: `body` has only the description, while
+  /// `size` is that of the whole. Does not read payloads where that saves anything, so a sub-block
   /// that the stream does not hold whole may go unnoticed.
   bool NextSubBlockDesc(StoredSubBlock* subBlock);
 
-  /// Reads the next piece of the body of any other block. Empty at its end, which is the end of the
-  /// stream if that comes first.
+  /// Reads the next piece of the body of any other block. Returns an empty piece at its end, or at
+  /// the end of the stream if that comes first. A piece is lent until the next operation.
   std::span<const uint8_t> NextPiece();
 
-  /// The identifier of a call; none for other sub-blocks and for calls too short to have one.
+  /// Returns the identifier of a call; none for other sub-blocks and for calls too short to have
+  /// one.
   [[nodiscard]] static std::optional<ApiCallType> CallId(const StoredSubBlock& subBlock);
 
-  /// Bytes that the payload of a sub-block has when it is decompressed: those behind its
-  /// description or, for a compressed call, what that states. Throws `SubBlockDataFailMsg` when the
-  /// description is not there whole.
+  /// Returns the bytes of the decompressed payload of a sub-block: all behind its description or,
+  /// for a compressed call, the size that the description states. Throws `SubBlockDataFailMsg` when
+  /// the sub-block is too small for its description.
   [[nodiscard]] uint32_t InflatedSize(const StoredSubBlock& subBlock) const;
 
-  /// Decompresses a call, which must be one. None for a compressed call that states a size of 0,
-  /// which readers drop. In a capture without compression and for an empty payload the bytes are
-  /// taken as they are. Throws `SubBlockDataFailMsg`, also for a sub-block that was read with
-  /// `NextSubBlockDesc`, and `DecompressFailMsg`.
+  /// Decompresses a call; `subBlock` must be one. Returns none for a compressed call that states a
+  /// size of 0, which readers drop. Takes the bytes as they are in a capture without compression
+  /// and for an empty payload. Throws `DecompressFailMsg`, and `SubBlockDataFailMsg`, also for a
+  /// sub-block that was read with `NextSubBlockDesc`.
   std::optional<StoredCall> ReadCall(const StoredSubBlock& subBlock);
 
  private:

@@ -24,7 +24,8 @@ const std::string DCAPFileWriter::ClosedMsg = "DCAP file writing failed: The cap
 
 namespace {
 
-// A larger block may have left the writer's buffer already.
+// A larger block may have left the buffer of the `DataWriter` in part: its size would then reach
+// the file before its last bytes.
 constexpr uint64_t kBufferedSize = uint64_t{64} * 1024;
 
 }  // namespace
@@ -56,7 +57,7 @@ DCAPFileWriter::DCAPFileWriter(std::shared_ptr<Core::DataWriter> writer,
                       (static_cast<uint32_t>(options.compression) << kOptionCompressionShift);
   std::copy(std::begin(options.reserved), std::end(options.reserved), header.reserved);
   Append(&header, sizeof(header));
-  if (flushBlocks_) Flush();
+  if (flushBlocks_) Flush();  // the header alone is an unfinished capture already
 }
 
 DCAPFileWriter::~DCAPFileWriter() = default;
@@ -80,6 +81,7 @@ void DCAPFileWriter::BeginBlock(uint16_t type, BlockKind kind) {
   if (closed_) Fail(ClosedMsg);
   EndBlock();
   blockStart_ = size_;
+  // Size 0 tells readers that the block has not ended, should the process die.
   const BlockHeader header{type, 0};
   Append(&header, sizeof(header));
   block_ = kind;
@@ -91,8 +93,8 @@ void DCAPFileWriter::EndBlock() {
     Append(&DCAPFrameTrailer, sizeof(DCAPFrameTrailer));
   }
   const uint64_t size = size_ - blockStart_ - sizeof(BlockHeader);
-  // The file says a size only once the bytes are there, all of them. What the writer still has in
-  // its buffer reaches the file in one piece with the size.
+  // The file must say a size only once all bytes of the block are there. Bytes that the writer
+  // still buffers reach the file in one piece with the size.
   if (flushBlocks_ && size > kBufferedSize) Flush();
   const auto recorded = static_cast<uint32_t>(size);
   Patch(&recorded, sizeof(recorded), blockStart_ + offsetof(BlockHeader, size));
@@ -129,6 +131,8 @@ void DCAPFileWriter::WriteMethodCall(uint32_t threadId, uint32_t objectValue, Ap
 
 void DCAPFileWriter::WriteCall(uint32_t threadId, const MethodCallDesc& desc, bool isMethod,
                                const uint8_t* payload, uint32_t size) {
+  // One row of bytes holds object, identifier and decompressed size: a function call begins behind
+  // the object, a plain one ends before the size.
   uint8_t bytes[kMaxDescSize];
   std::memcpy(bytes, &desc, sizeof(desc));
   std::memcpy(bytes + sizeof(desc), &size, kInflatedSizeSize);
@@ -164,6 +168,7 @@ void DCAPFileWriter::WriteSubBlock(uint32_t threadId, uint16_t type, const uint8
 
 void DCAPFileWriter::WriteParts(uint32_t threadId, uint16_t type, const uint8_t* desc,
                                 uint32_t descSize, const uint8_t* payload, uint32_t size) {
+  // Everything is checked before the first byte is written, so that an error changes nothing.
   if (block_ != BlockKind::kFramed) Fail(NoBlockMsg);
   const uint32_t headerSize = SubBlockHeaderSize(hasThreadIds_);
   RequireRoom(uint64_t{headerSize} + descSize + size);
@@ -199,6 +204,7 @@ uint32_t DCAPFileWriter::Compress(const uint8_t* payload, uint32_t size) {
 // The stream --------------------------------------------------------------------------------------
 
 void DCAPFileWriter::RequireRoom(uint64_t size) const {
+  // The trailer counts, too, so that a block can always be ended.
   const uint64_t used =
       size_ - blockStart_ - sizeof(BlockHeader) +
       (block_ == BlockKind::kFramed && hasTrailers_ ? sizeof(DCAPFrameTrailer) : 0);
@@ -220,6 +226,7 @@ void DCAPFileWriter::Flush() { RequireSuccess(!failed_ && writer_->Flush()); }
 
 void DCAPFileWriter::RequireSuccess(bool success) {
   if (!success) [[unlikely]] {
+    // Offsets may not fit the file any more: nothing further is written.
     failed_ = true;
     Fail(WriteFailMsg);
   }

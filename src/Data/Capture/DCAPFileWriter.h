@@ -14,28 +14,28 @@
 
 namespace Data {
 
-/// What a capture is to be like.
+/// The properties of a capture that is to be written.
 struct DCAPKIT_API DCAPWriterOptions {
   uint16_t versionLow = 0;
   uint8_t versionMinor = 0;
   uint8_t versionMajor = 1;
-  /// `OptionMask` bits. `kOptionThreadIds` and `kOptionNoTrailers` shape what is written; the
-  /// compression bits are set from `compression`, whatever they are here; all others are kept.
+  /// `OptionMask` bits. `kOptionThreadIds` and `kOptionNoTrailers` shape the output; `compression`
+  /// overrides the compression bits; all others are kept.
   uint32_t optionMask = kOptionThreadIds;
   uint8_t reserved[8] = {};  ///< header bytes 12 to 19
 
   CompressionType compression = kCompressionNone;
   Util::Compressor::CompressorQuality quality = Util::Compressor::kDefault;
-  /// Payloads of fewer bytes stay plain, and so do those that compressing would not make smaller.
+  /// Payloads of fewer bytes stay plain, and so do those that compressing does not make smaller.
   uint32_t compressionThreshold = 64;
 
   /// Hands every block to the operating system as it ends, so that it survives the death of the
-  /// process. Without it blocks reach the file as the `DataWriter` pleases: for output that counts
-  /// only when it is complete.
+  /// process. Otherwise the `DataWriter` decides when; use that for output that is useless until it
+  /// is complete.
   bool flushBlocks = true;
 
   DCAPWriterOptions() = default;
-  /// Those that make a capture like the one that begins with `header`.
+  /// Makes the options of the capture that begins with `header`.
   explicit DCAPWriterOptions(const FileHeader& header);
 };
 
@@ -47,18 +47,16 @@ struct DCAPKIT_API DCAPWriterOptions {
 ///     writer.WriteFunctionCall(threadId, Data::ApiCallType::glBindBuffer, payload, payloadSize);
 ///     writer.Close();
 ///
-/// Payloads are made by `EGLEncoder` and `GLEncoder`. Bytes go straight to the `DataWriter`, which
-/// is expected to buffer them; the capture may be of any size, a block of up to 4 GiB. One thread
-/// at a time.
+/// `EGLEncoder` and `GLEncoder` make payloads. Bytes go straight to the `DataWriter`, which should
+/// buffer them. The capture may be of any size, a block of up to 4 GiB. One thread at a time.
 ///
-/// A block is written with size 0 and gets its size when it ends; the header keeps frame count and
-/// file size 0 until `Close`. That is what an unfinished capture looks like: at every moment, the
-/// bytes that have reached the file are a capture that `CaptureFileUtil::EnsureFinalization`
-/// completes, and every frame that was ended is whole in it. docs/writing.md tells how it takes
-/// blocks of other types.
+/// The writer gives a block size 0 at first and its size when it ends; the header keeps frame count
+/// and file size 0 until `Close`. Such is an unfinished capture: at every moment the bytes that
+/// have reached the file are a capture that `CaptureFileUtil::EnsureFinalization` completes, with
+/// every ended frame whole in it. docs/writing.md tells what that does to blocks of other types.
 ///
 /// Errors are thrown as `Core::BasicException` with one of the texts below. After `WriteFailMsg`
-/// the writer is done: everything but destruction throws it again. The other errors change nothing.
+/// every operation but destruction throws it again. The other errors change nothing.
 class DCAPKIT_API DCAPFileWriter {
  public:
   /// Writes the file header to `writer`, which must be empty and able to `WriteAt`. Throws
@@ -66,49 +64,51 @@ class DCAPKIT_API DCAPFileWriter {
   DCAPFileWriter(std::shared_ptr<Core::DataWriter> writer, const DCAPWriterOptions& options);
   DCAPFileWriter(const DCAPFileWriter&) = delete;
   DCAPFileWriter& operator=(const DCAPFileWriter&) = delete;
-  /// Leaves a capture that was not closed unfinished, its last block without its trailer.
+  /// Leaves a capture without `Close` unfinished, its last block without its trailer.
   ~DCAPFileWriter();
 
-  // Blocks. Each of these first ends the block at hand, if there is one.
+  // Blocks. Each operation first ends the block at hand, if there is one.
 
-  /// Begins a frame. Readers show `number` as its sequence number.
+  /// Begins a frame with the sequence number `number`.
   void BeginFrame(uint32_t number);
 
-  /// Begins a block of type 2, which readers process only on demand or, with
+  /// Begins a block of type 2. Readers process it only on demand or, with
   /// `kOptionType2BeforeFirst`, before the first frame.
   void BeginType2Block(uint32_t number);
 
-  /// Begins a block of any type whose body is given as it is to lie in the file, piece by piece
-  /// with `WriteBytes`; it gets no frame number, no sub-blocks and no trailer.
+  /// Begins a block of any type. `WriteBytes` gives its body piece by piece, as it is to lie in the
+  /// file; it gets no frame number, no sub-blocks and no trailer.
   void BeginRawBlock(uint16_t type);
 
-  /// Ends the block at hand; without one, does nothing.
+  /// Ends the block at hand; does nothing without one.
   void EndBlock();
 
-  // Sub-blocks of the frame or type-2 block at hand; `NoBlockMsg` without one. `threadId` is
-  // dropped when the capture records no threads. A sub-block that would make the block larger than
-  // 32 bits can say throws `BlockTooLargeMsg` and is not written; the block can go on without it.
+  // Sub-blocks of the frame or type-2 block at hand; without one they throw `NoBlockMsg`. Payloads
+  // are borrowed for the call. `threadId` is dropped when the capture records no threads. A
+  // sub-block that would make the block too large for its 32-bit size throws `BlockTooLargeMsg` and
+  // is not written; the block can go on without it.
 
-  /// A function call with the given payload, compressed if the options say so.
+  /// Writes a function call with the given payload, compressed if the options say so.
   void WriteFunctionCall(uint32_t threadId, ApiCallType callId, const uint8_t* payload,
                          uint32_t size);
 
-  /// A method call, likewise.
+  /// Writes a method call, likewise.
   void WriteMethodCall(uint32_t threadId, uint32_t objectValue, ApiCallType callId,
                        const uint8_t* payload, uint32_t size);
 
-  /// A metadata record; never compressed. `Data/MetaDecoder.h` lists types and subtypes.
+  /// Writes a metadata record, never compressed. `Data/MetaDecoder.h` lists types and subtypes.
   void WriteMetadata(uint32_t threadId, uint16_t type, uint16_t subtype, const uint8_t* payload,
                      uint32_t size);
 
-  /// A sub-block of any type, its description and payload given as they are to lie in the file.
+  /// Writes a sub-block of any type. `body` is its description and payload, as they are to lie in
+  /// the file.
   void WriteSubBlock(uint32_t threadId, uint16_t type, const uint8_t* body, uint32_t size);
 
-  /// Bytes of a raw block; `NoBlockMsg` and `BlockTooLargeMsg` as for sub-blocks.
+  /// Writes bytes of a raw block; throws `NoBlockMsg` and `BlockTooLargeMsg` as sub-blocks do.
   void WriteBytes(const uint8_t* bytes, uint64_t size);
 
-  /// Ends the last block and finishes the capture: its header gets the number of frames and the
-  /// size. Nothing can be written afterwards (`NoBlockMsg`, `ClosedMsg`). Closing again does
+  /// Ends the last block and finishes the capture: writes the number of frames and the size into
+  /// its header. Nothing can be written afterwards (`NoBlockMsg`, `ClosedMsg`). Closing again does
   /// nothing.
   void Close();
 

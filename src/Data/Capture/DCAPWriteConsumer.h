@@ -32,26 +32,26 @@ namespace Data {
 ///     }
 ///     filter.Close();
 ///
-/// What the processor passes on is written as it comes: payloads that it decompressed are
-/// compressed again if the output is to be compressed. What it skips is lost: type-2 blocks that
-/// are not processed, and blocks and sub-blocks of unknown types. `DCAPBlockReader` shows those
-/// too.
+/// It writes blocks and sub-blocks as the processor passes them on, and compresses payloads again
+/// that the processor decompressed if the output is to be compressed. Everything that the processor
+/// skips is lost: type-2 blocks that are not processed, and blocks and sub-blocks of unknown types.
+/// `DCAPBlockReader` shows those too.
 class DCAPKIT_API DCAPWriteConsumer : public DCAPConsumer {
  public:
-  /// The capture is to be written to `output`, which must be empty, and to be like the one that is
-  /// read.
+  /// Writes to `output`, which must be empty, a capture with the options of the one that is read.
   explicit DCAPWriteConsumer(std::shared_ptr<Core::DataWriter> output);
   ~DCAPWriteConsumer() override;
 
-  /// What the capture is to be like; override it to make it unlike the one that is read.
+  /// Returns the options of the output, given the header of the input. Override it to choose
+  /// others.
   [[nodiscard]] virtual DCAPWriterOptions ChooseOptions(const FileHeader& header) const;
 
-  /// Finishes the capture. To be called when processing has ended, since the end of a stream is not
-  /// always reported; a frame that was cut short ends with its last whole sub-block. Without it the
-  /// capture stays unfinished.
+  /// Finishes the capture; without it the capture stays unfinished. Call it when processing has
+  /// ended, since the end of a stream is not always reported. A frame that was cut short ends with
+  /// its last whole sub-block.
   void Close();
 
-  // Errors are those of `DCAPFileWriter`.
+  // The processor calls these. They throw what `DCAPFileWriter` throws.
   void ProcessFileStart(const FileHeader& header) override;
   void ProcessFileEnd() override;
   void ProcessBlockStart(const BlockHeader& header) override;
@@ -65,7 +65,7 @@ class DCAPKIT_API DCAPWriteConsumer : public DCAPConsumer {
                        const unsigned char* data, unsigned int size) override;
 
  protected:
-  /// The writer, for what a derived class adds. Null before `ProcessFileStart`.
+  /// The writer, for sub-blocks that a derived class adds. Null before `ProcessFileStart`.
   DCAPFileWriter* Writer() noexcept { return writer_ ? &*writer_ : nullptr; }
 
  private:

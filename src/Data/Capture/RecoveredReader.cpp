@@ -57,6 +57,7 @@ unsigned long RecoveredReader::Read(void* buffer, unsigned long size) {
               recovery_.lastBlock + offsetof(BlockHeader, size), bytes, count, position_);
     }
     position_ += count;
+    // A read that failed: the trailer must not follow a gap.
     if (count < kept) return count;
   }
   if (position_ < Size() && IsValid()) {
@@ -90,6 +91,7 @@ int RecoveredReader::Seek(int origin, int64_t offset) {
   if (__builtin_add_overflow(base, offset, &target) || target < 0) return -1;
   const auto position = static_cast<uint64_t>(target);
   const uint64_t inSource = std::min(position, recovery_.keptSize);
+  // The source follows first, so that a failure leaves both where they were.
   if (source_->Seek(SEEK_SET, static_cast<int64_t>(inSource)) != 0) return -1;
   position_ = position;
   return 0;
@@ -98,7 +100,8 @@ int RecoveredReader::Seek(int origin, int64_t offset) {
 uint64_t RecoveredReader::Tell() const { return position_; }
 
 std::span<const unsigned char> RecoveredReader::View(unsigned long atLeast, unsigned long atMost) {
-  // What differs from the source are the header, the size of the last block, and the trailer.
+  // The header, the size of the last block and the trailer differ from the source: Read supplies
+  // them.
   const uint64_t size = recovery_.lastBlock + offsetof(BlockHeader, size);
   const uint64_t sizeEnd = size + sizeof(recovery_.lastBlockSize);
   const uint64_t end = recovery_.lastBlock != 0 && position_ < sizeEnd ? size : recovery_.keptSize;

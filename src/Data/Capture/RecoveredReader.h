@@ -19,34 +19,35 @@ namespace Data {
 ///     auto capture = std::make_shared<Data::RecoveredReader>(file, file->Size());
 ///     processor.Initialize(&consumer, capture, capture->Size());
 ///
-/// Of a finished capture it shows the bytes as they are. A file longer than the capture ends where
+/// It shows the bytes of a finished capture unchanged. A file longer than the capture ends where
 /// the capture does.
 class DCAPKIT_API RecoveredReader : public Core::ViewReader {
  public:
   /// Examines the capture of `fileSize` bytes behind `source`, shares the source, and stands at the
-  /// start. Throws what `CaptureRecovery::Examine` throws, for a null source, too.
+  /// start. Nobody else may use the source meanwhile. Throws what `CaptureRecovery::Examine`
+  /// throws, also for a null source.
   RecoveredReader(std::shared_ptr<Core::DataReader> source, uint64_t fileSize);
 
-  /// The same for a capture that was examined before, through this source or another one.
+  /// Does the same for a capture that was examined before, through this source or another one.
   RecoveredReader(std::shared_ptr<Core::DataReader> source, const CaptureRecovery& recovery);
 
   RecoveredReader(const RecoveredReader&) = delete;
   RecoveredReader& operator=(const RecoveredReader&) = delete;
   ~RecoveredReader() override;
 
-  /// What is supplied and what is left out.
+  /// Tells which parts are supplied and which are left out.
   [[nodiscard]] const CaptureRecovery& Recovery() const { return recovery_; }
 
   [[nodiscard]] bool IsValid() const override;
   void Close() override;
   unsigned long Read(void* buffer, unsigned long size) override;
 
-  /// Bytes in the finished capture.
+  /// Returns the bytes in the finished capture.
   [[nodiscard]] uint64_t Size() const override;
   [[nodiscard]] bool AtEof() const override;
   int Seek(int origin, int64_t offset) override;
   [[nodiscard]] uint64_t Tell() const override;
-  /// Shows the bytes of a source that shows its own, where they need no change.
+  /// Shows the bytes of a source that shows its own, where they need no change; nothing elsewhere.
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  private:

@@ -83,7 +83,8 @@ void BlockWindow::Fill(uint64_t size, const std::string& message) {
   if (!FillByCopy(size)) Fail(message);
 }
 
-// When the reader cannot show so many bytes, it is left where they begin.
+// Goes back to the bytes that were read and not taken, so that they are shown in one piece with
+// those that follow. Leaves the reader there when it cannot show so many.
 bool BlockWindow::FillByView(uint64_t size) {
   const uint64_t kept = Ahead();
   if (kept != 0 && reader_->Seek(SEEK_CUR, -static_cast<int64_t>(kept)) != 0) return false;
@@ -105,6 +106,8 @@ bool BlockWindow::FillByCopy(uint64_t size) {
   if (have != 0) std::memmove(buffer_.get(), cursor_, have);
   bool isComplete = true;
   do {
+    // Beyond 1 MiB memory follows the bytes that have arrived: at most twice as much is made as the
+    // stream has been seen to hold, whatever size the file claims.
     const uint64_t trusted = std::max({kTrustedSize, 2 * have, capacity_});
     const uint64_t target = std::max(std::min(size, trusted), fetchSize_);
     Reserve(target, have);
@@ -115,7 +118,7 @@ bool BlockWindow::FillByCopy(uint64_t size) {
   } while (have < size && isComplete);
   fetchSize_ = std::min(fetchSize_ * kFetchGrowth, kLargestFetch);
   end_ = buffer_.get() + have;
-  // Of a large piece that is not there whole, the part that is counts as read.
+  // Of a large piece that is not there whole, the part that is counts as taken.
   cursor_ = have < size && size > kLargestFetch ? end_ : buffer_.get();
   return have >= size;
 }

@@ -1,4 +1,4 @@
-// The bytes of a block on their way to those who take it apart. Private to the library.
+// Hands out the bytes of blocks. Private to the library.
 #ifndef DCAPKIT_DATA_DETAIL_BLOCKWINDOW_H
 #define DCAPKIT_DATA_DETAIL_BLOCKWINDOW_H
 
@@ -15,33 +15,34 @@ class ViewReader;
 
 namespace Data {
 
-/// Reads one block after the other, ahead inside a block and never beyond it: where the reader has
-/// the bytes, if it shows them, otherwise into a buffer. So one virtual `Read` serves many small
-/// takes, payloads are handed on where they lie, and nobody outside can tell it from reading piece
-/// by piece: `Position` counts what was taken.
+/// Reads one block after the other, ahead inside a block and never beyond it: in the reader's own
+/// memory if the reader shows its bytes, otherwise into a buffer. So one virtual `Read` serves many
+/// small takes, payloads are handed on where they lie, and callers cannot tell it from reading
+/// piece by piece: `Position` counts the bytes that were taken.
 ///
-/// Nothing is allocated for bytes that the stream was not seen to hold, beyond 1 MiB.
+/// Allocates nothing beyond 1 MiB for bytes that the stream was not seen to hold.
 class BlockWindow {
  public:
-  /// Shares the reader, which stands at the start of the stream. Null is none to read from.
+  /// Shares the reader, which stands at the start of the stream. A null reader must not be read
+  /// from.
   explicit BlockWindow(std::shared_ptr<Core::DataReader> reader);
   BlockWindow(const BlockWindow&) = delete;
   BlockWindow& operator=(const BlockWindow&) = delete;
 
   [[nodiscard]] Core::DataReader* Reader() const { return reader_.get(); }
 
-  /// Bytes that were read and not taken.
+  /// Returns the bytes that were read and not taken.
   [[nodiscard]] uint64_t Ahead() const { return static_cast<uint64_t>(end_ - cursor_); }
-  /// Bytes of the stream that were taken or left out.
+  /// Returns the bytes of the stream that were taken or left out.
   [[nodiscard]] uint64_t Position() const { return position_ - Ahead(); }
   /// True when nothing is left, in the window or behind it.
   [[nodiscard]] bool AtEof() const { return Ahead() == 0 && reader_->AtEof(); }
 
-  /// Reads bytes that stand before a block; returns how many there were.
+  /// Reads bytes outside a block and returns how many there were.
   unsigned long ReadOutside(void* buffer, unsigned long size);
-  /// The next `size` bytes are a block.
+  /// Begins a block of the next `size` bytes.
   void BeginBlock(uint64_t size);
-  /// Bytes of the block that were not taken.
+  /// Returns the bytes of the block that were not taken.
   [[nodiscard]] uint64_t Left() const { return Ahead() + unfetched_; }
 
   /// Takes `size` bytes of the block, in one piece; they stay until the next take. Throws
@@ -55,24 +56,25 @@ class BlockWindow {
     return bytes;
   }
 
-  /// Makes sure of the next `size` bytes likewise, and takes none.
+  /// Makes sure of the next `size` bytes, with the same exception, and takes none.
   void Require(uint64_t size, const std::string& message) {
     if (Ahead() < size) Fill(size, message);
   }
 
-  /// Takes what comes cheaply of the block; nothing at its end or at that of the stream.
+  /// Takes the bytes at hand, reading some if there are none. Empty at the end of the block or of
+  /// the stream.
   std::span<const unsigned char> TakeSome();
 
-  /// Leaves out `size` bytes, of the block or of what comes outside one, whether or not the stream
-  /// has so many.
+  /// Leaves out `size` bytes, inside or outside a block, whether or not the stream has so many.
   void Skip(uint64_t size);
-  /// Leaves out all of the stream, which is then said to be at `position`.
+  /// Leaves out the rest of the stream and takes `position` for its end.
   void SkipToEnd(uint64_t position);
 
-  /// Goes elsewhere, between two blocks. False when the stream cannot be there.
+  /// Goes to the block that begins at `position`, from between two blocks. Returns false when the
+  /// stream cannot be there.
   bool SeekTo(uint64_t position);
 
-  /// Forgets what was read ahead: the position stays, the reader stands somewhere behind it.
+  /// Forgets the bytes read ahead: the position stays, the reader stands somewhere behind it.
   void Abandon();
 
  private:

@@ -1,4 +1,4 @@
-// The texts of exceptions that operations on whole capture files share.
+// The texts of exceptions that operations on whole capture files share. Private to the library.
 #ifndef DCAPKIT_DATA_CAPTUREFILETEXTS_H
 #define DCAPKIT_DATA_CAPTUREFILETEXTS_H
 

@@ -29,9 +29,10 @@ Inflater::Inflater(uint32_t optionMask)
 const unsigned char* Inflater::Inflate(const unsigned char* payload, uint32_t size,
                                        uint32_t inflatedSize) {
   const std::string& failure = DCAPFileProcessor::DecompressFailMsg;
+  // Before any memory is made: the file alone says that size.
   if (inflatedSize > compressor_->MaxDecompressedSize(size)) Fail(failure);
   if (capacity_ < inflatedSize) {
-    capacity_ = 0;  // for the case that there is no memory
+    capacity_ = 0;  // stays true when there is no memory
     buffer_.reset();
     buffer_ = std::make_unique_for_overwrite<unsigned char[]>(inflatedSize);
     capacity_ = inflatedSize;

@@ -10,7 +10,7 @@
 
 namespace Data {
 
-/// The compressor for a `CompressionType`; null for `kCompressionNone`. Throws
+/// Returns the compressor for a `CompressionType`; null for `kCompressionNone`. Throws
 /// `Core::BasicException` with `failure` when `type` is no such type.
 std::unique_ptr<Util::Compressor> MakeCompressor(uint32_t type,
                                                  Util::Compressor::CompressorQuality quality,

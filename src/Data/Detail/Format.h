@@ -1,4 +1,4 @@
-// The format as those see it who take captures apart or write them. Private to the library.
+// Sizes and loads for code that takes captures apart or writes them. Private to the library.
 #ifndef DCAPKIT_DATA_DETAIL_FORMAT_H
 #define DCAPKIT_DATA_DETAIL_FORMAT_H
 
@@ -12,9 +12,9 @@
 
 namespace Data {
 
-/// A compressed call's description ends with the size that its payload has decompressed.
+/// Bytes of the decompressed size, which ends the description of a compressed call.
 inline constexpr uint32_t kInflatedSizeSize = sizeof(uint32_t);
-/// Of the longest description, that of a compressed method call.
+/// Bytes of the longest description, that of a compressed method call.
 inline constexpr uint32_t kMaxDescSize = sizeof(MethodCallDesc) + kInflatedSizeSize;
 inline constexpr uint32_t kTrailerSize = sizeof(DCAPFrameTrailer);
 inline constexpr uint32_t kFrameNumberSize = sizeof(uint32_t);
@@ -23,7 +23,7 @@ constexpr bool HasThreadIds(uint32_t optionMask) { return (optionMask & kOptionT
 
 constexpr bool HasTrailers(uint32_t optionMask) { return (optionMask & kOptionNoTrailers) == 0; }
 
-/// A `CompressionType`, or a number that is none.
+/// Returns a `CompressionType`, or a number that is none.
 constexpr uint32_t CompressionOf(uint32_t optionMask) {
   return (optionMask & kOptionCompressionMask) >> kOptionCompressionShift;
 }
@@ -32,7 +32,7 @@ constexpr uint32_t SubBlockHeaderSize(bool hasThreadIds) {
   return sizeof(SubBlockHeader) - (hasThreadIds ? 0 : sizeof(SubBlockHeader::threadId));
 }
 
-/// A value that lies at any address.
+/// Loads a value from any address.
 template <typename T>
 T Load(const unsigned char* bytes) {
   T value{};
@@ -40,7 +40,7 @@ T Load(const unsigned char* bytes) {
   return value;
 }
 
-/// Field by field: loads that span two stores stall.
+/// Loads field by field: a load that spans two stores stalls.
 inline SubBlockHeader LoadSubBlockHeader(const unsigned char* bytes, bool hasThreadIds) {
   return {Load<uint16_t>(bytes), Load<uint32_t>(bytes + offsetof(SubBlockHeader, size)),
           hasThreadIds ? Load<uint32_t>(bytes + offsetof(SubBlockHeader, threadId)) : uint32_t{0}};

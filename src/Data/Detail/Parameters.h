@@ -1,4 +1,4 @@
-// How a handler reads the parameters of a call. Private to the library.
+// Reads the parameters of a call. Private to the library.
 #ifndef DCAPKIT_DATA_PARAMETERS_H
 #define DCAPKIT_DATA_PARAMETERS_H
 
@@ -11,7 +11,7 @@
 
 namespace Data {
 
-/// What an object name, location or index is until it has been read: it names nothing.
+/// The default of object names, locations and indices: it names nothing.
 inline constexpr uint32_t kUnnamed = 0xFFFFFFFF;
 
 /// A pointer parameter and the size of the elements that it points to.
@@ -37,7 +37,7 @@ uint32_t ExtractEach(const uint8_t* data, uint32_t size, Parameters... parameter
   return offset;
 }
 
-/// The payload of a call that is shorter than its parameters: rare, so kept out of the handlers.
+/// Reads a payload that is shorter than its scalars: rare, so kept out of the handlers.
 template <typename... Scalars>
 [[gnu::cold, gnu::noinline]] uint32_t ExtractShort(const uint8_t* data, uint32_t size,
                                                    Scalars*... scalars) {
@@ -45,8 +45,8 @@ template <typename... Scalars>
 }
 
 /// Reads the parameters of a call one after another, each where the one before it ended, and
-/// returns the bytes consumed. Scalars are given by address, pointers as `Elements`. What the
-/// payload does not hold keeps its value, and the next read starts where it would have stood.
+/// returns the bytes consumed. Takes scalars by address, pointers as `Elements`. A value that the
+/// payload does not hold keeps its default, and the next read starts where it would have stood.
 template <typename... Parameters>
 uint32_t ExtractParameters(const uint8_t* data, uint32_t size, Parameters... parameters) {
   if constexpr ((std::is_pointer_v<Parameters> && ...)) {

@@ -1,4 +1,4 @@
-// What a decoder does with an identifier that it has no handler for. Private to the library.
+// Logs identifiers that a decoder has no handler for. Private to the library.
 #ifndef DCAPKIT_DATA_UNRECOGNIZEDCALL_H
 #define DCAPKIT_DATA_UNRECOGNIZEDCALL_H
 

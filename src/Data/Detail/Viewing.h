@@ -1,4 +1,4 @@
-// Which readers show their bytes where they lie. Private to the library.
+// Finds readers that show their bytes where they lie. Private to the library.
 #ifndef DCAPKIT_DATA_DETAIL_VIEWING_H
 #define DCAPKIT_DATA_DETAIL_VIEWING_H
 
@@ -7,7 +7,7 @@
 
 namespace Data {
 
-/// The reader as one that shows its bytes, when it is of exactly a class of the library that does;
+/// Returns the reader as a `ViewReader` when it is of exactly a class of the library that is one;
 /// otherwise null. A class that a user derived may read other bytes than its base would show.
 Core::ViewReader* AsViewer(Core::DataReader* reader);
 

@@ -14,7 +14,7 @@ class GLForwarder : public GLAdapter, private CallForwarder {
 
   void ProcessThreadChange(uint32_t threadId) override { ForwardThread(Api::kGLES, threadId); }
 
-  // Client data: GLForwarder.cpp.
+  // Client data. GLForwarder.cpp has it.
   void VertexAttribPointerData(uint32_t index, int32_t size, uint32_t type, uint32_t normalized,
                                int32_t stride, unsigned char* buffer, uint32_t dataLength,
                                uint32_t dataOffset) override;

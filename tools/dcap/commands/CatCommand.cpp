@@ -6,13 +6,14 @@
 #include <CLI/App.hpp>
 
 #include "Command.h"
-#include "inspect/copy/CaptureCopy.h"
+#include "WriteCopy.h"
 
 namespace {
 
 struct Options {
   std::vector<std::string> files;
-  CopySettings copy;
+  std::string output;
+  Inspect::CopySettings copy;
 };
 
 }  // namespace
@@ -22,10 +23,11 @@ void AddCatCommand(CLI::App& app, int* status) {
   CLI::App* command =
       app.add_subcommand("cat", "Write several captures, one after another, as one");
   command->add_option("FILE", options->files, "captures with the same options")->required();
-  command->add_option("-o,--output", options->copy.output, "the capture to write")->required();
+  command->add_option("-o,--output", options->output, "the capture to write")->required();
   command->add_flag("--renumber", options->copy.renumber, "number the frames 1, 2, 3, ...");
   command->footer(R"(Examples:
   dcap cat -o both.dcap FILE1 FILE2
   dcap cat --renumber -o all.dcap part-*.dcap)");
-  command->callback([options, status] { *status = CopyCaptures(options->files, options->copy); });
+  command->callback(
+      [options, status] { *status = WriteCopy(options->files, options->output, options->copy); });
 }

@@ -1,37 +1,44 @@
 // dcap dump: every call and metadata record of a capture, one line each.
 #include <cstdio>
+#include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
 #include <CLI/App.hpp>
 
 #include "Command.h"
+#include "RunCommand.h"
+#include "SharedOptions.h"
 #include "inspect/extract/BlobWriter.h"
-#include "inspect/listing/CanonicalPrinter.h"
-#include "inspect/listing/JsonLinesPrinter.h"
-#include "inspect/listing/TextPrinter.h"
-#include "inspect/parallel/ParallelWalk.h"
-#include "inspect/walk/Capture.h"
+#include "inspect/listing/MakePrinter.h"
+#include "inspect/parallel/WalkCapture.h"
 #include "output/Output.h"
+#include "output/Progress.h"
 
 namespace {
 
 struct Options {
   std::string file;
-  PrinterOptions printer;
-  Selection selection;
+  Inspect::PrinterOptions printer;
+  Inspect::Selection selection;
   std::string blobs;
   unsigned jobs = 0;
 };
 
-// Prints ranges of the capture; their text takes its turn.
-class RangePrinter : public RangeHandler, private TextSink {
- public:
-  RangePrinter(const PrinterOptions& options, TextSink* output)
-      : output_(output), printer_(MakePrinter(options, this)) {}
+void WarnOfClash(const std::string& path) {
+  std::fprintf(stderr, "dcap: warning: %s: other data has the same size and CRC; not written\n",
+               path.c_str());
+}
 
-  void Begin(InOrder::Turn* turn) override { turn_ = turn; }
-  EventHandler* Events() override { return printer_.get(); }
+// Prints ranges of the capture on one of several threads; their text is delivered in order.
+class RangePrinter : public Inspect::RangeHandler, private Inspect::TextSink {
+ public:
+  RangePrinter(const Inspect::PrinterOptions& options, Inspect::TextSink* output)
+      : output_(output), printer_(Inspect::MakePrinter(options, this)) {}
+
+  void Begin(Inspect::InOrder::Turn* turn) override { turn_ = turn; }
+  Inspect::EventHandler* Events() override { return printer_.get(); }
   void Finish() override { printer_->Flush(); }
 
  private:
@@ -39,49 +46,43 @@ class RangePrinter : public RangeHandler, private TextSink {
     turn_->Do(text.size(), [output = output_, text = std::string(text)] { output->Write(text); });
   }
   void WriteFrom(std::unique_ptr<char[]>* buffer, size_t size) override {
-    std::unique_ptr<char[]> empty(new char[TextBuffer::kSize]);
+    std::unique_ptr<char[]> empty(new char[Inspect::TextBuffer::kSize]);
     const std::shared_ptr<char[]> text = std::exchange(*buffer, std::move(empty));
     turn_->Do(size, [output = output_, text, size] { output->Write({text.get(), size}); });
   }
 
-  InOrder::Turn* turn_ = nullptr;
-  TextSink* output_;
-  std::unique_ptr<Printer> printer_;
+  Inspect::InOrder::Turn* turn_ = nullptr;
+  Inspect::TextSink* output_;
+  std::unique_ptr<Inspect::Printer> printer_;
 };
 
-int Dump(const Options& options) {
-  StandardOutput output;
-  const std::unique_ptr<Printer> printer = MakePrinter(options.printer, &output);
-  try {
-    std::unique_ptr<BlobWriter> blobWriter;
-    EventHandler* handler = printer.get();
-    ParallelWalk parallel{options.jobs, [&] { printer->Flush(); },
-                          [&] { return std::make_unique<RangePrinter>(options.printer, &output); }};
+ExitStatus Dump(const Options& options) {
+  return RunCommand(options.file, [&] {
+    StandardOutput output;
+    const std::unique_ptr<Inspect::Printer> printer =
+        Inspect::MakePrinter(options.printer, &output);
+    Inspect::ParallelWalk parallel{
+        options.jobs, [&] { printer->Flush(); },
+        [&] { return std::make_unique<RangePrinter>(options.printer, &output); }};
+    Inspect::EventHandler* handler = printer.get();
+    std::optional<Inspect::BlobWriter> blobWriter;
     if (!options.blobs.empty()) {
-      blobWriter = std::make_unique<BlobWriter>(handler, options.blobs);
-      handler = blobWriter.get();
-      parallel.jobs = 1;  // nothing may be written of what comes after damage
+      handler = &blobWriter.emplace(handler, options.blobs, WarnOfClash);
+      parallel.jobs = 1;  // no file may be written for an event after damage
     }
-    const int status =
-        WalkCapture(options.file, handler, options.selection, !OutputIsTerminal(), &parallel);
+    const Inspect::Capture capture(options.file, parallel.jobs);
+    ReportState(options.file, capture);
+    std::optional<Inspect::Damage> damage;
+    {
+      Progress progress(options.file, OutputIsTerminal() ? 0 : capture.Reader()->Size());
+      damage = Inspect::WalkCapture(capture, handler, options.selection, &progress, &parallel);
+    }
     printer->Flush();
-    return status;
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  }
+    return ReportEnd(options.file, capture, damage);
+  });
 }
 
 }  // namespace
-
-std::unique_ptr<Printer> MakePrinter(const PrinterOptions& options, TextSink* sink) {
-  if (options.format == "text") {
-    return std::make_unique<TextPrinter>(sink, options.numeric, options.coloured);
-  }
-  if (options.format == "jsonl") {
-    return std::make_unique<JsonLinesPrinter>(sink, options.numeric);
-  }
-  return options.format == "canonical" ? std::make_unique<CanonicalPrinter>(sink) : nullptr;
-}
 
 void AddDumpCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<Options>();

@@ -1,6 +1,5 @@
 // dcap finalize: completes an unfinished or cut capture.
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -14,6 +13,7 @@
 #include "Data/CaptureFileUtil.h"
 
 #include "Command.h"
+#include "RunCommand.h"
 #include "inspect/walk/Capture.h"
 #include "output/Output.h"
 #include "output/OutputFile.h"
@@ -33,7 +33,7 @@ std::string Change(const char* what, uint64_t from, uint64_t to) {
          "\n";
 }
 
-// What finalising changes, a line for each.
+// The changes that finalising makes, a line for each.
 std::string Plan(const Data::CaptureRecovery& recovery) {
   const std::string kept = std::to_string(recovery.keptSize);
   const std::string lastBlockSize =
@@ -57,14 +57,14 @@ void Copy(const std::string& path, Core::DataReader* reader, OutputFile* output)
   for (uint64_t done = 0; done < size;) {
     const unsigned long count = reader->Read(piece.get(), kPieceSize);
     if (count == 0) throw Core::BasicException("The capture can no longer be read.");
-    output->Write(piece.get(), count);
+    if (output->Writer()->Write(piece.get(), count) != count) output->Fail();
     done += count;
     progress.Show(done);
   }
   output->Commit();
 }
 
-// A file that nobody may write is meant to stay as it is, even where the system would let us.
+// A read-only file is meant to stay as it is, even when the super-user runs the command.
 bool IsReadOnly(const std::string& path) {
   struct stat status {};
   return stat(path.c_str(), &status) == 0 && (status.st_mode & 0222) == 0;
@@ -77,7 +77,7 @@ void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recover
         "writes a finalised copy)");
   }
   Core::StdioWriter writer(path, true, false);
-  // Checked before the file is shortened; Finish says so as well.
+  // Checked before the file is shortened; Finish throws for an invalid writer.
   if (writer.IsValid()) {
     if (Data::CaptureFileUtil::GetFileSize(path) != recovery.storedSize) {
       throw Core::BasicException("The file is still being written.");
@@ -91,10 +91,10 @@ void FinishInPlace(const std::string& path, const Data::CaptureRecovery& recover
   if (!writer.Flush()) throw Core::BasicException(std::strerror(errno));
 }
 
-int Finalize(const Options& options) {
-  StandardOutput output;
-  try {
-    const Capture capture(options.file);
+ExitStatus Finalize(const Options& options) {
+  return RunCommand(options.file, [&] {
+    StandardOutput output;
+    const Inspect::Capture capture(options.file);
     const Data::CaptureRecovery& recovery = capture.Recovery();
     capture.RequireFile();
     if (recovery.damaged) {
@@ -102,25 +102,18 @@ int Finalize(const Options& options) {
           "Cannot finalize a damaged capture. The file is as large as its header says, but a block "
           "runs past its end.");
     }
-    const std::string state = DescribeState(recovery);
+    const std::string state = Inspect::DescribeState(recovery);
     output.Write(options.file + ": " + (state.empty() ? "finalised already" : state) + "\n" +
                  Plan(recovery));
-    if (options.dryRun) return capture.Status();
+    if (options.dryRun) return StatusOf(capture);
     if (!options.copy.empty()) {
       OutputFile copy(options.copy);
       Copy(options.file, capture.Reader().get(), &copy);
     } else if (!recovery.IsComplete()) {
       FinishInPlace(options.file, recovery);
     }
-    return capture.Status();
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  } catch (const Core::ErrnoException& exception) {
-    return ReportOutputError(exception);
-  } catch (const Core::BasicException& exception) {
-    std::fprintf(stderr, "dcap: %s: %s\n", options.file.c_str(), exception.what());
-  }
-  return kExitFailure;
+    return StatusOf(capture);
+  });
 }
 
 }  // namespace

@@ -3,16 +3,15 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <CLI/App.hpp>
 
-#include "Core/Exceptions.h"
-
 #include "Command.h"
+#include "RunCommand.h"
 #include "inspect/walk/BlockRanges.h"
 #include "inspect/walk/Capture.h"
-#include "inspect/walk/Damage.h"
 #include "output/Output.h"
 
 namespace {
@@ -25,7 +24,7 @@ struct Options {
 // A table, or a JSON array, with a line for each frame.
 class FrameList {
  public:
-  FrameList(TextSink* sink, bool json) : sink_(sink), json_(json) {
+  FrameList(Inspect::TextSink* sink, bool json) : sink_(sink), json_(json) {
     lines_ = json ? "[" : Line("%8s %10s %14s %12s\n", "frame", "number", "offset", "bytes");
   }
 
@@ -64,38 +63,34 @@ class FrameList {
     lines_.clear();
   }
 
-  TextSink* sink_;
+  Inspect::TextSink* sink_;
   bool json_;
   std::string lines_;
 };
 
-void ListFrames(const Capture& capture, FrameList* list) {
-  BlockWalk walk(capture.Headers());
+void ListFrames(const Inspect::Capture& capture, FrameList* list) {
+  Inspect::BlockWalk walk(capture.Headers());
   while (walk.NextBlock()) {
     if (walk.Reader().Block().type == Data::kBlockFrame) list->Add(walk.Frames(), walk.Reader());
   }
 }
 
-int Frames(const Options& options) {
-  StandardOutput output;
-  try {
-    const Capture capture(options.file);
+ExitStatus Frames(const Options& options) {
+  return RunCommand(options.file, [&] {
+    StandardOutput output;
+    const Inspect::Capture capture(options.file);
     capture.RequireFile();
-    capture.ReportState();
+    ReportState(options.file, capture);
     FrameList list(&output, options.json);
+    std::optional<Inspect::Damage> damage;
     try {
       ListFrames(capture, &list);
-    } catch (const DamageError& error) {
-      list.End();
-      return ReportDamage(options.file, error.place, error.what());
+    } catch (const Inspect::DamageError& error) {
+      damage = error.damage;
     }
     list.End();
-    return capture.Status();
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  } catch (const Core::BasicException& exception) {
-    return ReportDamage(options.file, {}, exception.what());
-  }
+    return ReportEnd(options.file, capture, damage);
+  });
 }
 
 }  // namespace

@@ -1,26 +1,19 @@
-// dcap info: what kind of capture this is.
+// dcap info: the options, the state and the size of a capture.
 #include <array>
 #include <cstdio>
-#include <exception>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <CLI/App.hpp>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 
-#include "Core/Exceptions.h"
-#include "Data/Calls/CallTable.h"
-
 #include "Command.h"
-#include "inspect/parallel/ParallelWalk.h"
-#include "inspect/walk/BlockRanges.h"
-#include "inspect/walk/Capture.h"
-#include "inspect/walk/Damage.h"
+#include "RunCommand.h"
+#include "SharedOptions.h"
+#include "inspect/events/CompressionName.h"
+#include "inspect/stats/HeaderScan.h"
 #include "output/Output.h"
 #include "output/Progress.h"
 
@@ -32,157 +25,6 @@ struct Options {
   bool json = false;
   unsigned jobs = 0;
 };
-
-// What the block headers tell.
-struct Blocks {
-  uint32_t frames = 0;
-  uint32_t firstNumber = 0;
-  uint32_t lastNumber = 0;
-  uint64_t setUpBlocks = 0;  // that are processed
-  uint64_t otherBlocks = 0;
-};
-
-// What the sub-block headers tell, of the blocks that are processed.
-struct Scan {
-  std::map<uint32_t, uint64_t> threads;  // sub-blocks by recorded id
-  uint64_t eglCalls = 0;
-  uint64_t glesCalls = 0;
-  uint64_t methodCalls = 0;
-  uint64_t unknownCalls = 0;
-  uint64_t records = 0;
-  uint64_t otherSubBlocks = 0;
-  uint64_t storedBytes = 0;  // of payloads, as they lie in the file
-  uint64_t bytes = 0;        // of payloads, decompressed
-  uint32_t thread = 0;       // of the last sub-block
-  uint64_t* threadCount = nullptr;
-  uint32_t largestBytes = 0;
-  uint32_t largestFrame = 0;
-  std::string largestName;
-};
-
-struct Findings {
-  Data::FileHeader header{};
-  Blocks blocks;
-  std::optional<Scan> scan;
-};
-
-std::string NameOf(const Data::StoredSubBlock& sub) {
-  const auto id = Data::DCAPBlockReader::CallId(sub);
-  if (!id) return "a metadata record";
-  const Data::CallDesc* call = Data::FindCall(*id);
-  return call == nullptr ? "call " + std::to_string(static_cast<uint16_t>(*id)) : call->name;
-}
-
-void Count(const BlockWalk& walk, const Data::StoredSubBlock& sub, Scan* scan) {
-  if (scan->threadCount == nullptr || sub.threadId != scan->thread) {
-    scan->thread = sub.threadId;
-    scan->threadCount = &scan->threads[sub.threadId];
-  }
-  ++*scan->threadCount;
-  if (sub.type != Data::kSubBlockMetadata && !sub.IsCall()) {
-    ++scan->otherSubBlocks;
-    return;
-  }
-  const uint32_t bytes = walk.InflatedSize(sub);
-  if (!sub.IsCall()) {
-    ++scan->records;
-  } else if (sub.IsMethodCall()) {
-    ++scan->methodCalls;
-  } else {
-    const Data::CallDesc* call = Data::FindCall(*Data::DCAPBlockReader::CallId(sub));
-    ++(call == nullptr                ? scan->unknownCalls
-       : call->api == Data::Api::kEGL ? scan->eglCalls
-                                      : scan->glesCalls);
-  }
-  scan->storedBytes += sub.size - sub.DescSize();
-  scan->bytes += bytes;
-  if (bytes > scan->largestBytes) {
-    scan->largestBytes = bytes;
-    scan->largestFrame = walk.Frames();
-    scan->largestName = NameOf(sub);
-  }
-}
-
-// What the range has; findings are those of the range alone.
-void Examine(const std::shared_ptr<Core::DataReader>& capture, const BlockRange& range,
-             Progress* progress, Findings* findings) {
-  BlockWalk walk(capture, range);
-  Blocks& blocks = findings->blocks;
-  const bool setUp = (walk.Reader().Header().optionMask & Data::kOptionType2BeforeFirst) != 0;
-  while (walk.NextBlock()) {
-    if (progress != nullptr) progress->Show(walk.Reader().BlockBegin());
-    if (walk.Reader().Block().type == Data::kBlockFrame) {
-      if (blocks.frames++ == 0) blocks.firstNumber = walk.FrameNumber();
-      blocks.lastNumber = walk.FrameNumber();
-    } else if (walk.Reader().IsFramed() && setUp && walk.FrameNumber() == 0) {
-      ++blocks.setUpBlocks;
-    } else {
-      ++blocks.otherBlocks;
-      continue;
-    }
-    Data::StoredSubBlock sub{};
-    while (findings->scan && walk.NextSubBlock(&sub)) Count(walk, sub, &*findings->scan);
-  }
-}
-
-// Adds the findings of the next range.
-void Add(const Findings& range, Findings* sum) {
-  if (range.blocks.frames != 0) {
-    if (sum->blocks.frames == 0) sum->blocks.firstNumber = range.blocks.firstNumber;
-    sum->blocks.lastNumber = range.blocks.lastNumber;
-  }
-  sum->blocks.frames += range.blocks.frames;
-  sum->blocks.setUpBlocks += range.blocks.setUpBlocks;
-  sum->blocks.otherBlocks += range.blocks.otherBlocks;
-  Scan& scan = *sum->scan;
-  for (const auto& [thread, count] : range.scan->threads) scan.threads[thread] += count;
-  for (const auto member :
-       {&Scan::eglCalls, &Scan::glesCalls, &Scan::methodCalls, &Scan::unknownCalls, &Scan::records,
-        &Scan::otherSubBlocks, &Scan::storedBytes, &Scan::bytes}) {
-    scan.*member += (*range.scan).*member;
-  }
-  if (range.scan->largestBytes > scan.largestBytes) {
-    scan.largestBytes = range.scan->largestBytes;
-    scan.largestFrame = range.scan->largestFrame;
-    scan.largestName = range.scan->largestName;
-  }
-}
-
-// Scans ranges; what it finds takes its turn.
-class Scanner : public RangeWorker {
- public:
-  Scanner(std::shared_ptr<Core::DataReader> reader, Findings* findings)
-      : reader_(std::move(reader)), findings_(findings) {}
-
-  bool WorkOn(const BlockRange& range, InOrder::Turn* turn) override {
-    const auto found = std::make_shared<Findings>();
-    found->scan.emplace();
-    std::exception_ptr failure;
-    try {
-      Examine(reader_, range, nullptr, found.get());
-    } catch (const std::exception&) {
-      failure = std::current_exception();
-    }
-    turn->Do(sizeof(Findings), [found, sum = findings_] { Add(*found, sum); });
-    if (failure != nullptr) std::rethrow_exception(failure);
-    return true;
-  }
-
- private:
-  std::shared_ptr<Core::DataReader> reader_;
-  Findings* findings_;
-};
-
-void Examine(const Capture& capture, unsigned jobs, Progress* progress, Findings* findings) {
-  RangeWorkers workers(capture, findings->scan ? jobs : 1);
-  if (workers.Threads() == 1) {
-    const auto& reader = findings->scan ? capture.Reader() : capture.Headers();
-    return Examine(reader, BlockRange::All(), progress, findings);
-  }
-  workers.Run(Ranges(), progress, [findings](auto reader) {
-    return std::make_unique<Scanner>(std::move(reader), findings);
-  });
-}
 
 struct Option {
   const char* key;
@@ -204,7 +46,7 @@ std::string Version(const Data::FileHeader& header) {
          std::to_string(header.versionLow);
 }
 
-// A line for each thing, its value after a column of names.
+// A table with a name and a value in each line.
 class Report {
  public:
   void Line(const char* name, const std::string& value) {
@@ -219,7 +61,7 @@ class Report {
   std::string text_;
 };
 
-std::string ScanText(const Scan& scan, bool threadIds) {
+std::string ScanText(const Inspect::SubBlockCounts& scan, bool threadIds) {
   Report report;
   std::string threads;
   for (const auto& [id, count] : scan.threads) {
@@ -243,9 +85,10 @@ std::string ScanText(const Scan& scan, bool threadIds) {
   return report.Text();
 }
 
-std::string Text(const Data::CaptureRecovery& recovery, const Findings& findings) {
+std::string Text(const Data::CaptureRecovery& recovery, const Inspect::HeaderCounts& counts,
+                 bool scanned) {
   Report report;
-  const Data::FileHeader& header = findings.header;
+  const Data::FileHeader& header = recovery.header;
   report.Line("version", Version(header));
   std::string words;
   for (const Option& option : OptionsOf(header.optionMask)) {
@@ -254,15 +97,15 @@ std::string Text(const Data::CaptureRecovery& recovery, const Findings& findings
   std::array<char, 16> mask{};
   std::snprintf(mask.data(), mask.size(), " (0x%08x)", header.optionMask);
   report.Line("options", words + mask.data());
-  report.Line("compression", CompressionName(header.optionMask));
-  const std::string state = DescribeState(recovery);
+  report.Line("compression", Inspect::CompressionName(header.optionMask));
+  const std::string state = Inspect::DescribeState(recovery);
   report.Line("state", state.empty() ? "finalised" : state);
   std::string size = std::to_string(recovery.storedSize) + " bytes";
   if (header.fileSize != recovery.storedSize) {
     size += ", " + std::to_string(header.fileSize) + " when finalised";
   }
   report.Line("size", size);
-  const Blocks& blocks = findings.blocks;
+  const Inspect::BlockCounts& blocks = counts.blocks;
   std::string frames = std::to_string(blocks.frames);
   if (blocks.frames != 0) {
     frames += ", numbered " + std::to_string(blocks.firstNumber) + " to " +
@@ -272,7 +115,7 @@ std::string Text(const Data::CaptureRecovery& recovery, const Findings& findings
   if (blocks.setUpBlocks != 0) report.Line("set-up blocks", blocks.setUpBlocks);
   if (blocks.otherBlocks != 0) report.Line("other blocks", blocks.otherBlocks);
   const bool threadIds = (header.optionMask & Data::kOptionThreadIds) != 0;
-  if (findings.scan) return report.Text() + ScanText(*findings.scan, threadIds);
+  if (scanned) return report.Text() + ScanText(counts.subBlocks, threadIds);
   if (threadIds) report.Line("threads", "listed by --scan");
   return report.Text();
 }
@@ -326,7 +169,7 @@ class Object {
   rapidjson::PrettyWriter<rapidjson::StringBuffer> writer_;
 };
 
-void AddScan(const Scan& scan, bool threadIds, Object* json) {
+void AddScan(const Inspect::SubBlockCounts& scan, bool threadIds, Object* json) {
   json->Array("threads", [&] {
     for (const auto& thread : scan.threads) {
       if (!threadIds) break;
@@ -346,17 +189,18 @@ void AddScan(const Scan& scan, bool threadIds, Object* json) {
       .String("largestPayloadName", scan.largestName);
 }
 
-std::string Json(const Data::CaptureRecovery& recovery, const Findings& findings) {
-  const Data::FileHeader& header = findings.header;
-  const Blocks& blocks = findings.blocks;
+std::string Json(const Data::CaptureRecovery& recovery, const Inspect::HeaderCounts& counts,
+                 bool scanned) {
+  const Data::FileHeader& header = recovery.header;
+  const Inspect::BlockCounts& blocks = counts.blocks;
   Object json;
   json.String("version", Version(header)).Number("optionMask", header.optionMask);
   for (const Option& option : OptionsOf(header.optionMask)) json.Flag(option.key, option.isSet);
-  json.String("compression", CompressionName(header.optionMask))
+  json.String("compression", Inspect::CompressionName(header.optionMask))
       .Flag("finalised", recovery.IsComplete() && !recovery.damaged)
       .Array("missing",
              [&] {
-               for (const std::string_view part : MissingParts(recovery)) {
+               for (const std::string_view part : Inspect::MissingParts(recovery)) {
                  json.Item(std::string(part));
                }
              })
@@ -371,35 +215,28 @@ std::string Json(const Data::CaptureRecovery& recovery, const Findings& findings
       .Number("processedSetUpBlocks", blocks.setUpBlocks)
       .Number("otherBlocks", blocks.otherBlocks);
   const bool threadIds = (header.optionMask & Data::kOptionThreadIds) != 0;
-  if (findings.scan) AddScan(*findings.scan, threadIds, &json);
+  if (scanned) AddScan(counts.subBlocks, threadIds, &json);
   return json.Finish();
 }
 
-int Info(const Options& options) {
-  StandardOutput output;
-  try {
-    const Capture capture(options.file, options.jobs);
+ExitStatus Info(const Options& options) {
+  return RunCommand(options.file, [&] {
+    StandardOutput output;
+    const Inspect::Capture capture(options.file, options.jobs);
     capture.RequireFile();
-    Findings findings;
-    findings.header = capture.Recovery().header;
-    if (options.scan) findings.scan.emplace();
-    // What was found before the damage is shown all the same.
-    std::optional<DamageError> damage;
-    try {
+    Inspect::HeaderCounts counts;
+    std::optional<Inspect::Damage> damage;
+    {
+      const Inspect::ScanDepth depth =
+          options.scan ? Inspect::ScanDepth::kSubBlocks : Inspect::ScanDepth::kBlocks;
       Progress progress(options.file, capture.Reader()->Size());
-      Examine(capture, options.jobs, &progress, &findings);
-    } catch (const DamageError& error) {
-      damage = error;
+      damage = Inspect::ScanHeaders(capture, depth, options.jobs, &progress, &counts);
     }
-    output.Write(options.json ? Json(capture.Recovery(), findings)
-                              : Text(capture.Recovery(), findings));
-    if (damage) return ReportDamage(options.file, damage->place, damage->what());
-    return capture.Status();
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  } catch (const Core::BasicException& exception) {
-    return ReportDamage(options.file, {}, exception.what());
-  }
+    // Also when damage ended the scan: then up to there.
+    output.Write(options.json ? Json(capture.Recovery(), counts, options.scan)
+                              : Text(capture.Recovery(), counts, options.scan));
+    return ReportEnd(options.file, capture, damage);
+  });
 }
 
 }  // namespace

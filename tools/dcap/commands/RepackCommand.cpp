@@ -5,7 +5,7 @@
 #include <CLI/App.hpp>
 
 #include "Command.h"
-#include "inspect/copy/CaptureCopy.h"
+#include "WriteCopy.h"
 
 namespace {
 
@@ -14,15 +14,16 @@ struct Options {
   std::string compression;
   bool trailers = false;
   bool noTrailers = false;
-  CopySettings copy;
+  std::string output;
+  Inspect::CopySettings copy;
 };
 
-int Repack(Options options) {
+ExitStatus Repack(Options options) {
   if (options.compression == "none") options.copy.compression = Data::kCompressionNone;
   if (options.compression == "lz4") options.copy.compression = Data::kCompressionLZ4;
   if (options.compression == "lz77") options.copy.compression = Data::kCompressionLZ77;
   if (options.trailers || options.noTrailers) options.copy.trailers = options.trailers;
-  return CopyCaptures({options.file}, options.copy);
+  return WriteCopy({options.file}, options.output, options.copy);
 }
 
 }  // namespace
@@ -31,7 +32,7 @@ void AddRepackCommand(CLI::App& app, int* status) {
   auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand("repack", "Store a capture in another way");
   command->add_option("FILE", options->file, "the capture")->required();
-  command->add_option("-o,--output", options->copy.output, "the capture to write")->required();
+  command->add_option("-o,--output", options->output, "the capture to write")->required();
   command->add_option("--compression", options->compression, "of calls; kept unless given")
       ->check(CLI::IsMember({"none", "lz4", "lz77"}));
   command->add_flag("--trailers", options->trailers, "end blocks with a trailer")

@@ -1,16 +1,20 @@
-// dcap stats: what a capture holds, in numbers.
+// dcap stats: counts of calls, records and uploaded bytes.
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 
 #include <CLI/App.hpp>
 #include <rapidjson/writer.h>
 
 #include "Command.h"
+#include "RunCommand.h"
+#include "SharedOptions.h"
 #include "inspect/listing/JsonStream.h"
+#include "inspect/parallel/WalkCapture.h"
 #include "inspect/stats/Statistics.h"
-#include "inspect/walk/Capture.h"
 #include "output/Output.h"
+#include "output/Progress.h"
 
 namespace {
 
@@ -18,22 +22,24 @@ struct Options {
   std::string file;
   bool perFrame = false;
   bool json = false;
-  Selection selection;
+  Inspect::Selection selection;
 };
 
 const char* ClassName(size_t index) {
   return Data::CallClassName(static_cast<Data::CallClass>(index));
 }
 
-const char* KindName(size_t index) { return UploadKindName(static_cast<UploadKind>(index)); }
+const char* KindName(size_t index) {
+  return Inspect::UploadKindName(static_cast<Inspect::UploadKind>(index));
+}
 
 // Tables for people ------------------------------------------------------------------------------
 
 class Summary {
  public:
-  explicit Summary(TextBuffer* out) : out_(out) {}
+  explicit Summary(Inspect::TextBuffer* out) : out_(out) {}
 
-  void Frame(const FrameCounts& frame) {
+  void Frame(const Inspect::FrameCounts& frame) {
     if (!frame.setUp) {
       calls_.Take(frame.counts.calls, frame.ordinal);
       draws_.Take(frame.counts.Draws(), frame.ordinal);
@@ -41,8 +47,8 @@ class Summary {
     }
   }
 
-  void Finish(const Statistics& statistics) {
-    const Counts& total = statistics.total;
+  void Finish(const Inspect::Statistics& statistics) {
+    const Inspect::Counts& total = statistics.total;
     Row("", "frames", statistics.frames);
     Row("", "set-up blocks", statistics.setUpBlocks);
     Row("", "calls", total.calls);
@@ -85,7 +91,7 @@ class Summary {
       sum += value;
     }
 
-    void Print(const char* name, uint64_t frames, TextBuffer* out) const {
+    void Print(const char* name, uint64_t frames, Inspect::TextBuffer* out) const {
       char line[120];
       const int size =
           std::snprintf(line, sizeof(line), "  %-34s %12llu %12.1f %12llu  (frame %u)\n", name,
@@ -139,7 +145,7 @@ class Summary {
     }
   }
 
-  TextBuffer* out_;
+  Inspect::TextBuffer* out_;
   Spread calls_;
   Spread draws_;
   Spread uploaded_;
@@ -149,13 +155,13 @@ class Summary {
 
 class FrameTable {
  public:
-  explicit FrameTable(TextBuffer* out) : out_(out) {
+  explicit FrameTable(Inspect::TextBuffer* out) : out_(out) {
     out_->Text("frame,number,bytes,calls,clientData,metadata");
-    for (size_t i = 0; i < kCallClasses; ++i) {
+    for (size_t i = 0; i < Inspect::kCallClasses.size(); ++i) {
       out_->Char(',');
       out_->Text(ClassName(i));
     }
-    for (size_t i = 0; i < kUploadKinds; ++i) {
+    for (size_t i = 0; i < Inspect::kUploadKinds; ++i) {
       out_->Char(',');
       out_->Text(KindName(i));
       out_->Text("Bytes");
@@ -163,8 +169,8 @@ class FrameTable {
     out_->Char('\n');
   }
 
-  void Frame(const FrameCounts& frame) {
-    const Counts& counts = frame.counts;
+  void Frame(const Inspect::FrameCounts& frame) {
+    const Inspect::Counts& counts = frame.counts;
     out_->Number(frame.ordinal);
     for (const uint64_t value : {uint64_t{frame.number}, uint64_t{frame.bytes}, counts.calls,
                                  counts.clientData, counts.records}) {
@@ -181,20 +187,20 @@ class FrameTable {
     out_->Number(value);
   }
 
-  TextBuffer* out_;
+  Inspect::TextBuffer* out_;
 };
 
 // One object for programs ------------------------------------------------------------------------
 
 class JsonDocument {
  public:
-  explicit JsonDocument(TextBuffer* out) : stream_{out}, writer_(stream_) {
+  explicit JsonDocument(Inspect::TextBuffer* out) : stream_{out}, writer_(stream_) {
     writer_.StartObject();
     writer_.Key("frames");
     writer_.StartArray();
   }
 
-  void Frame(const FrameCounts& frame) {
+  void Frame(const Inspect::FrameCounts& frame) {
     writer_.StartObject();
     Member("frame", frame.ordinal);
     if (frame.setUp) {
@@ -207,7 +213,7 @@ class JsonDocument {
     writer_.EndObject();
   }
 
-  void Finish(const Statistics& statistics) {
+  void Finish(const Inspect::Statistics& statistics) {
     writer_.EndArray();
     Member("frameBlocks", statistics.frames);
     Member("setUpBlocks", statistics.setUpBlocks);
@@ -226,20 +232,20 @@ class JsonDocument {
     writer_.Uint64(value);
   }
 
-  void Sums(const Counts& counts) {
+  void Sums(const Inspect::Counts& counts) {
     Member("calls", counts.calls);
     Member("drawCalls", counts.Draws());
     Member("clientData", counts.clientData);
     Member("metadata", counts.records);
     writer_.Key("callsByClass");
     writer_.StartObject();
-    for (size_t i = 0; i < kCallClasses; ++i) {
+    for (size_t i = 0; i < Inspect::kCallClasses.size(); ++i) {
       Member(ClassName(i), counts.byClass[i]);
     }
     writer_.EndObject();
     writer_.Key("uploadedBytes");
     writer_.StartObject();
-    for (size_t i = 0; i < kUploadKinds; ++i) {
+    for (size_t i = 0; i < Inspect::kUploadKinds; ++i) {
       Member(KindName(i), counts.uploaded[i]);
     }
     writer_.EndObject();
@@ -258,36 +264,38 @@ class JsonDocument {
     writer_.EndObject();
   }
 
-  JsonStream stream_;
-  rapidjson::Writer<JsonStream> writer_;
+  Inspect::JsonStream stream_;
+  rapidjson::Writer<Inspect::JsonStream> writer_;
 };
 
 // `Form`: one of the above.
 template <typename Form>
-int Walk(const Options& options, TextBuffer* out) {
-  Form form(out);
-  Statistics statistics([&form](const FrameCounts& frame) { form.Frame(frame); });
-  const bool showProgress = !options.perFrame || !OutputIsTerminal();
-  const int status = WalkCapture(options.file, &statistics, options.selection, showProgress);
+ExitStatus Stats(const Options& options) {
+  StandardOutput output;
+  Inspect::TextBuffer out(&output);
+  Form form(&out);
+  Inspect::Statistics statistics([&form](const Inspect::FrameCounts& frame) { form.Frame(frame); });
+  const Inspect::Capture capture(options.file);
+  ReportState(options.file, capture);
+  std::optional<Inspect::Damage> damage;
+  {
+    const bool showProgress = !options.perFrame || !OutputIsTerminal();
+    Progress progress(options.file, showProgress ? capture.Reader()->Size() : 0);
+    damage = Inspect::WalkCapture(capture, &statistics, options.selection, &progress);
+  }
   statistics.Finish();
   if constexpr (requires { form.Finish(statistics); }) {
     form.Finish(statistics);
   }
-  out->Flush();
-  return status;
+  out.Flush();
+  return ReportEnd(options.file, capture, damage);
 }
 
-int Stats(const Options& options) {
-  StandardOutput output;
-  TextBuffer out(&output);
-  try {
-    if (options.json) {
-      return Walk<JsonDocument>(options, &out);
-    }
-    return options.perFrame ? Walk<FrameTable>(options, &out) : Walk<Summary>(options, &out);
-  } catch (const OutputError& error) {
-    return ReportOutputError(error);
-  }
+ExitStatus Stats(const Options& options) {
+  return RunCommand(options.file, [&options] {
+    if (options.json) return Stats<JsonDocument>(options);
+    return options.perFrame ? Stats<FrameTable>(options) : Stats<Summary>(options);
+  });
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ Progress::Progress(const std::string& path, uint64_t total)
       total_(total),
       nextShow_(Clock::now() + kPatience),
       isEnabled_(total != 0 && isatty(STDERR_FILENO) != 0) {
-  // A line that the terminal breaks could not be taken back.
+  // If the terminal breaks the line, it cannot be erased.
   constexpr size_t kOthers = kBarWidth + sizeof(" [] 100 %");
   const size_t width = TerminalWidth();
   name_.resize(std::min(name_.size(), width > kOthers ? width - kOthers : 0));

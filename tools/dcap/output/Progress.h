@@ -1,4 +1,4 @@
-// How far a long command has got.
+// Shows the progress of a command.
 #ifndef DCAP_PROGRESS_H
 #define DCAP_PROGRESS_H
 
@@ -6,23 +6,24 @@
 #include <cstdint>
 #include <string>
 
-/// A bar on stderr that tells how much of a file is done. It appears where stderr is a terminal and
-/// the work takes longer than a second, and is gone when the object is. One at a time.
-class Progress {
+#include "inspect/walk/ProgressSink.h"
+
+/// A bar on stderr that tells how much of a file is done. It appears when stderr is a terminal and
+/// the work takes longer than a second. The destructor removes it. One at a time.
+class Progress final : public Inspect::ProgressSink {
  public:
-  /// `path` is that of the file, `total` its size; nothing is shown while that is 0, not known.
+  /// `path` is that of the file, `total` its size. With a size of 0, not known, nothing is shown.
   Progress(const std::string& path, uint64_t total);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
-  ~Progress() { Hide(); }
+  ~Progress() override { Hide(); }
 
-  /// To be called from time to time, cheaply enough for every block of a capture.
-  void Show(uint64_t done) {
+  void Show(uint64_t done) override {
     if (isEnabled_) Update(done);
   }
 
-  /// Takes the bar, if there is one, off the terminal until it is shown again. Whoever writes to
-  /// stderr while a command works does this first.
+  /// Takes the bar, if there is one, off the terminal until it is shown again. To be called before
+  /// anything else is written to stderr.
   static void Hide();
 
  private:

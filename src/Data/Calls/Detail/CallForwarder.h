@@ -7,6 +7,7 @@
 
 namespace Data {
 
+/// Hands calls to a `GenericAdapter`, which owns this object.
 class CallForwarder {
  public:
   explicit CallForwarder(GenericAdapter* target) : target_(target) {}
