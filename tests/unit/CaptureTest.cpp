@@ -24,7 +24,7 @@ std::string Read(const std::shared_ptr<Core::DataReader>& reader) {
 class CaptureTest : public testing::Test {
  protected:
   TemporaryFolder folder_;
-  std::string path_ = folder_.PathOf("capture.dcap");
+  std::string path_ = folder_ / "capture.dcap";
 };
 
 TEST_F(CaptureTest, AllReadersReadTheFileThatWasOpenedWhateverTakesItsName) {
