@@ -95,12 +95,14 @@ generate:  ## write what follows from the call tables and from the options of th
 	cmake --build build --target dcap_reference
 	build/bin/dcap_reference packaging
 
-.PHONY: symbols
-symbols:  ## write the lists of what the shared library shows (packaging/)
-	$(packages) build
+.PHONY: abi
+abi:  ## write what the library shows and promises to programs built with it (packaging/)
+	$(packages) build gate
 	cmake --preset release
 	cmake --build build --target dcapkit
 	scripts/symbols build/lib/libdcapkit.so >packaging/symbols.txt
+	tests/gate/step static-build
+	scripts/abi build-gate/static | xz -9e >packaging/abi.xml.xz
 
 .PHONY: clean
 clean:  ## remove everything that was built

@@ -58,8 +58,8 @@ class DCAPKIT_API RepeatFilterSink : public Log::Sink {
     uint64_t dropped = 0;  // since the last that passed
   };
 
-  void ReportDropped(const Site& site, Count* count);
-  void FlushLocked();
+  DCAPKIT_HIDDEN void ReportDropped(const Site& site, Count* count);
+  DCAPKIT_HIDDEN void FlushLocked();
 
   std::mutex mutex_;
   std::map<Site, Count> counts_;

@@ -51,9 +51,9 @@ class DCAPKIT_API StdioWriter : public DataWriter {
     void operator()(std::FILE* file) const;
   };
 
-  bool EmptyBuffer();
-  bool Synchronize();
-  uint64_t StoreBytes(const unsigned char* source, uint64_t size, uint64_t offset);
+  DCAPKIT_HIDDEN bool EmptyBuffer();
+  DCAPKIT_HIDDEN bool Synchronize();
+  DCAPKIT_HIDDEN uint64_t StoreBytes(const unsigned char* source, uint64_t size, uint64_t offset);
 
   std::unique_ptr<std::FILE, Closer> file_;
   std::unique_ptr<unsigned char[]> buffer_;  // made by the first Write

@@ -116,7 +116,7 @@ class DCAPKIT_API DCAPFileProcessor {
   uint32_t threadFilterStartFrame = 0;
 
  private:
-  struct Walk;
+  struct DCAPKIT_HIDDEN Walk;
 
   DCAPKIT_HIDDEN bool ProcessBlock();
 

@@ -46,9 +46,9 @@ class DCAPKIT_API LZ77Compressor : public Compressor {
     [[nodiscard]] size_t Gain() const;
   };
 
-  void StartUnit(unsigned int inputSize);
-  void IndexUpTo(const unsigned char* input, size_t position);
-  Match FindMatch(const unsigned char* input, size_t size, size_t position);
+  DCAPKIT_HIDDEN void StartUnit(unsigned int inputSize);
+  DCAPKIT_HIDDEN void IndexUpTo(const unsigned char* input, size_t position);
+  DCAPKIT_HIDDEN Match FindMatch(const unsigned char* input, size_t size, size_t position);
 
   size_t depth_;
   size_t niceLength_;

@@ -35,7 +35,7 @@ class Jobs(unittest.TestCase):
         """The exit statuses of the commands, having compared all they give."""
         statuses = []
         for command in commands:
-            one, several = (results(jobs, command, path) for jobs in (1, 3))
+            one, several = (results(jobs, command, path) for jobs in (1, 4))
             if one != several:
                 raise AssertionError(f"{command} {path}: {one[0]}, {several[0]}\n"
                                      f"{one[2][-500:]}\n{several[2][-500:]}")

@@ -795,12 +795,12 @@ class DCAPKIT_API GLEncoder : public GLAdapter, public CallEncoder {
 
  private:
   template <typename... Values>
-  void AddVertexRecord(const unsigned char* buffer, uint32_t dataLength, uint32_t dataOffset,
-                       const Values&... fields);
+  DCAPKIT_HIDDEN void AddVertexRecord(const unsigned char* buffer, uint32_t dataLength,
+                                      uint32_t dataOffset, const Values&... fields);
   template <typename... Values>
-  void EncodeDraw(ApiCallType id, const Values&... parameters);
-  void SetMappedBytes(const unsigned char* data, uint32_t length);
-  std::span<const uint8_t> TakeMappedBytes();
+  DCAPKIT_HIDDEN void EncodeDraw(ApiCallType id, const Values&... parameters);
+  DCAPKIT_HIDDEN void SetMappedBytes(const unsigned char* data, uint32_t length);
+  DCAPKIT_HIDDEN std::span<const uint8_t> TakeMappedBytes();
 
   Buffer vertexRecords_;
   uint32_t vertexRecordCount_ = 0;

@@ -66,7 +66,7 @@ class DCAPKIT_API MadePointer {
               uint32_t elementSize);
   MadePointer(std::string_view text, uint64_t address);
   MadePointer(std::span<const std::string_view> texts, uint64_t address);
-  void Begin(uint32_t flags, uint64_t address, uint64_t count, uint32_t elementSize);
+  DCAPKIT_HIDDEN void Begin(uint32_t flags, uint64_t address, uint64_t count, uint32_t elementSize);
 
   PointerData pointer_;
 };

@@ -128,17 +128,17 @@ class DCAPKIT_API DCAPFileWriter {
  private:
   enum class BlockKind : uint8_t { kNone, kFramed, kRaw };
 
-  void BeginBlock(uint16_t type, BlockKind kind);
-  void WriteCall(uint32_t threadId, const MethodCallDesc& desc, bool isMethod,
-                 const uint8_t* payload, uint32_t size);
-  void WriteParts(uint32_t threadId, uint16_t type, const uint8_t* desc, uint32_t descSize,
-                  const uint8_t* payload, uint32_t size);
-  uint32_t Compress(const uint8_t* payload, uint32_t size);
-  void RequireRoom(uint64_t size) const;
-  void Append(const void* bytes, uint64_t size);
-  void Patch(const void* bytes, uint64_t size, uint64_t offset);
-  void Flush();
-  void RequireSuccess(bool success);
+  DCAPKIT_HIDDEN void BeginBlock(uint16_t type, BlockKind kind);
+  DCAPKIT_HIDDEN void WriteCall(uint32_t threadId, const MethodCallDesc& desc, bool isMethod,
+                                const uint8_t* payload, uint32_t size);
+  DCAPKIT_HIDDEN void WriteParts(uint32_t threadId, uint16_t type, const uint8_t* desc,
+                                 uint32_t descSize, const uint8_t* payload, uint32_t size);
+  DCAPKIT_HIDDEN uint32_t Compress(const uint8_t* payload, uint32_t size);
+  DCAPKIT_HIDDEN void RequireRoom(uint64_t size) const;
+  DCAPKIT_HIDDEN void Append(const void* bytes, uint64_t size);
+  DCAPKIT_HIDDEN void Patch(const void* bytes, uint64_t size, uint64_t offset);
+  DCAPKIT_HIDDEN void Flush();
+  DCAPKIT_HIDDEN void RequireSuccess(bool success);
 
   std::shared_ptr<Core::DataWriter> writer_;
   std::unique_ptr<Util::Compressor> compressor_;  // null: nothing is compressed
