@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "Command.h"
+#include "ExitStatus.h"
 
 namespace {
 
