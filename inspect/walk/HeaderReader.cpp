@@ -1,16 +1,11 @@
 #include "inspect/walk/HeaderReader.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <string_view>
 #include <system_error>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "Data/DCAPFormat.h"
 
@@ -18,48 +13,27 @@ namespace Inspect {
 
 namespace {
 
-// Headers closer together than this are cheaper to read in one piece than one by one.
-constexpr uint64_t kNear = 4096;
 constexpr size_t kMaxKept = size_t{256} << 10;  // 6 MiB of them
 // A smaller part is read before a thread has started.
 constexpr uint64_t kPartSize = uint64_t{4} << 20;
 // The end of a block and the beginning of a frame.
 constexpr std::string_view kBorder("\xEE\xEE\xEE\xEE\xEE\xEE\xEE\xEE\x01\x00", 10);
 
-int OpenFile(const std::string& path) {
-  int file = -1;
-  do {
-    file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  } while (file < 0 && errno == EINTR);
-  return file;
-}
-
 }  // namespace
 
 HeaderReader::Window::Window(const std::string& path)
-    : file_(OpenFile(path)), bytes_(std::make_unique_for_overwrite<unsigned char[]>(kRoom)) {}
-
-HeaderReader::Window::~Window() {
-  if (file_ >= 0) close(file_);
-}
-
-uint64_t HeaderReader::Window::FileSize() const {
-  struct stat status {};
-  return fstat(file_, &status) == 0 ? static_cast<uint64_t>(status.st_size) : 0;
-}
+    : file_(path, Core::StdioReader::Access::kScattered),
+      bytes_(std::make_unique_for_overwrite<unsigned char[]>(kRoom)) {}
 
 bool HeaderReader::Window::Fetch(uint64_t position) {
-  Read(position, Offset(position) - size_ < kNear ? kRoom : kHeaderSize);
+  Read(position, kHeaderSize);
   return size_ != 0;
 }
 
 void HeaderReader::Window::Read(uint64_t position, unsigned long size) {
-  ssize_t count = 0;
-  do {
-    count = pread(file_, bytes_.get(), size, static_cast<off_t>(position));
-  } while (count < 0 && errno == EINTR);
   begin_ = position;
-  size_ = count < 0 ? 0 : static_cast<unsigned long>(count);
+  size_ = file_.Seek(SEEK_SET, static_cast<int64_t>(position)) == 0 ? file_.Read(bytes_.get(), size)
+                                                                    : 0;
 }
 
 void HeaderReader::Window::Show(const Header& header) {

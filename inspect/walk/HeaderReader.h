@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Core/DataReader.h"
+#include "Core/StdioReader.h"
 
 namespace Inspect {
 
@@ -48,17 +49,14 @@ class HeaderReader : public Core::DataReader {
   class Window {
    public:
     explicit Window(const std::string& path);
-    Window(const Window&) = delete;
-    Window& operator=(const Window&) = delete;
-    ~Window();
-    [[nodiscard]] bool IsValid() const { return file_ >= 0; }
-    [[nodiscard]] uint64_t FileSize() const;
+    [[nodiscard]] bool IsValid() const { return file_.IsValid(); }
+    [[nodiscard]] uint64_t FileSize() const { return file_.Size(); }
 
     [[nodiscard]] const unsigned char* Begin() const { return bytes_.get(); }
     [[nodiscard]] unsigned long Size() const { return size_; }
     // Offset in the window; wraps to a huge value for positions before it.
     [[nodiscard]] uint64_t Offset(uint64_t position) const { return position - begin_; }
-    // Reads a header, or a larger piece if the last one lay near. False when nothing is there.
+    // Reads a header. False when nothing is there.
     bool Fetch(uint64_t position);
     // Reads a piece as large as the window.
     void Fill(uint64_t position) { Read(position, kRoom); }
@@ -68,7 +66,7 @@ class HeaderReader : public Core::DataReader {
     static constexpr unsigned long kRoom = 64ul << 10;
     void Read(uint64_t position, unsigned long size);
 
-    int file_;
+    Core::StdioReader file_;
     std::unique_ptr<unsigned char[]> bytes_;
     uint64_t begin_ = 0;
     unsigned long size_ = 0;

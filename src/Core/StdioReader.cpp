@@ -34,26 +34,15 @@ int OpenFile(const std::string& path) {
   struct stat status {};
   if (file >= 0 && fstat(file, &status) == 0 && S_ISDIR(status.st_mode)) {
     close(file);
-    errno = EISDIR;
     return -1;
   }
   return file;
 }
 
-int OpenAgain(int file, bool seekable) {
-  // With a descriptor of its own: threads that share one wait for each other in the kernel.
-  return file < 0 || !seekable ? -1 : OpenFile("/proc/self/fd/" + std::to_string(file));
-}
-
 }  // namespace
 
 StdioReader::StdioReader(const std::string& path, Access access)
-    : StdioReader(OpenFile(path), access) {}
-
-StdioReader::StdioReader(const StdioReader& other, Access access)
-    : StdioReader(OpenAgain(other.file_, other.seekable_), access) {}
-
-StdioReader::StdioReader(int file, Access access) : file_(file), access_(access) {
+    : file_(OpenFile(path)), access_(access) {
   if (file_ < 0) return;
   buffer_ = std::make_unique_for_overwrite<unsigned char[]>(kBufferSize + kLine);
   next_ = limit_ = begin_ = buffer_.get();

@@ -34,13 +34,9 @@ class DCAPKIT_API StdioReader : public ViewReader {
   };
 
   /// Opens the file at `path`. Throws nothing for a missing or unreadable file nor for a directory:
-  /// `IsValid` is false then, and `errno` tells why.
+  /// `IsValid` is false then.
   explicit StdioReader(const std::string& path, Access access = Access::kSequential);
 
-  /// Opens the file of `other` again, at its start and with a descriptor of its own, even when the
-  /// file has been renamed or another one has taken its name. `IsValid` is false for a pipe, for a
-  /// closed `other`, and when the system refuses.
-  StdioReader(const StdioReader& other, Access access);
   StdioReader(const StdioReader&) = delete;
   StdioReader& operator=(const StdioReader&) = delete;
   ~StdioReader() override;
@@ -68,7 +64,6 @@ class DCAPKIT_API StdioReader : public ViewReader {
   std::span<const unsigned char> View(unsigned long atLeast, unsigned long atMost) override;
 
  private:
-  DCAPKIT_HIDDEN StdioReader(int file, Access access);
   DCAPKIT_HIDDEN unsigned long ReadSlowly(unsigned char* destination, unsigned long size);
   DCAPKIT_HIDDEN bool Fill() const;
   DCAPKIT_HIDDEN bool Gather(unsigned long count);

@@ -22,6 +22,7 @@ import tempfile
 import time
 from pathlib import Path
 
+import inflate
 import reader
 from harness import SAMPLE, SOURCE, TOOL, captures
 
@@ -89,9 +90,9 @@ def with_lz4_frames(data):
 
 def lz4_frame(block, checksums):
     descriptor = bytes((0x70 if checksums else 0x60, 0x70))
-    frame = b"\x04\x22\x4D\x18" + descriptor + bytes((reader.xxh32(descriptor) >> 8 & 0xFF,))
+    frame = b"\x04\x22\x4D\x18" + descriptor + bytes((inflate.xxh32(descriptor) >> 8 & 0xFF,))
     frame += struct.pack("<I", len(block)) + block
-    return frame + (struct.pack("<I", reader.xxh32(block)) if checksums else b"") + bytes(4)
+    return frame + (struct.pack("<I", inflate.xxh32(block)) if checksums else b"") + bytes(4)
 
 
 class Source:

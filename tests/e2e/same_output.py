@@ -28,7 +28,7 @@ COMMANDS = [("dump", "--jobs", "1"), ("dump", "--format", "jsonl", "--jobs", "1"
             ("frames",), ("stats", "--json")]
 # Of these a mutant gets one in FURTHER_SHARE; a capture as it is gets all.
 FURTHER_SHARE = 4
-FURTHER_COMMANDS = [("dump", "--jobs", "2"), ("dump", "--format", "jsonl", "--jobs", "2"),
+FURTHER_COMMANDS = [("-v", "dump", "--jobs", "2"), ("dump", "--format", "jsonl", "--jobs", "2"),
                     ("dump", "--format", "canonical", "--jobs", "2"), ("info", "--scan", "--jobs", "2"), ("info", "--json"),
                     ("dump", "--frames", "2-3", "--jobs", "2"), ("dump", "--class", "draw,upload"), ("stats", "--per-frame"),
                     ("frames", "--json"), ("finalize", "--dry-run"), ("finalize", "-o", "OUT"), ("repack", "-o", "OUT"),

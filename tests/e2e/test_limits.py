@@ -42,8 +42,11 @@ class Limits(unittest.TestCase):
         write_capture(self.file, *[(0x9003, b"\1\0")] * 100_000)
         self.check("dump", status=0, message="repeated", lines=100_002)
 
-    def test_a_string_of_4_gib(self):
+    def test_strings_of_4_gib(self):
         write_capture(self.file, (0x902C, b""), (0x9002, struct.pack("<4I", 1, 2, 4, 0xFFFFFFFF)))
+        self.check("dump", status=0, lines=4)
+        strings = struct.pack("<9I", 1, 2, 6, 2, 0x14, 0xFFFFFFFF, 0x14, 0xFFFFFFFF, 0)
+        write_capture(self.file, (0x902C, b""), (0x9062, strings))
         self.check("dump", status=1, message=ASKS_TOO_MUCH, lines=3)
 
     def test_an_array_of_4_billion_elements(self):
