@@ -137,7 +137,7 @@ class DCAPKIT_API PointerData {
                                                              uint32_t offset, uint32_t width);
   [[gnu::visibility("hidden")]] uint32_t ExtractContent(const uint8_t* payload, uint32_t size,
                                                         uint32_t offset, uint64_t bytes);
-  DCAPKIT_HIDDEN void FreeBuffers() noexcept;
+  void FreeBuffers() noexcept;
   [[gnu::cold, gnu::noinline]] static void LogCutValue();
 
   bool claimed_ = false;

@@ -357,7 +357,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         mutants = Mutants(options.captures or (all_kinds(folder) if options.compare else real_captures()),
                           options.seed)
-    total = run_all(mutants, options.first, options.count, options.jobs, options.compare, options.keep)
+    total = run_all(mutants, options.first, options.count, options.jobs, options.compare, options.keep,
+                    frugal=not os.environ.get("DCAPKIT_TEST_KIND"))
     print(total)
     sys.exit(1 if total.failures else 0)
 
