@@ -7,7 +7,7 @@ import unittest
 import zlib
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, captures, dcap, jsonl, main
+from harness import SAMPLE, TOOL, captures, jsonl, main
 
 INPUTS = {**captures(), "sample": SAMPLE}
 
