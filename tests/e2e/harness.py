@@ -7,6 +7,7 @@ import resource
 import struct
 import subprocess
 import sys
+import tempfile
 import unittest
 from pathlib import Path
 
@@ -59,13 +60,62 @@ def run_with_full_disk(*arguments, limit):
                ).stderr.decode()
 
 
+def commands():
+    """The names of the tool's commands."""
+    listed = dcap("--help").decode().split("Commands:\n")[1].split("\n\n")[0]
+    return [line.split()[0] for line in listed.splitlines()]
+
+
+def events(*arguments):
+    """The canonical lines of calls and records, with their frames' numbers."""
+    return [line for line in dcap("dump", "--format", "canonical", *arguments).splitlines()
+            if not line.startswith((b"file ", b"block "))]
+
+
+def jsonl(path, *options):
+    """The lines of a listing in JSON."""
+    return [json.loads(line) for line in dcap("dump", "--format", "jsonl", *options, path).decode().splitlines()]
+
+
+def frames(path, **how):
+    """The frames of a capture, as the tool tells them."""
+    return json.loads(dcap("frames", "--json", path, **how))
+
+
+def write_frames(path, calls_of_frames):
+    """Writes a capture of frames, each a list of calls, pairs of an identifier and a payload."""
+    data = b""
+    for number, calls in enumerate(calls_of_frames, 1):
+        block = b"".join((struct.pack("<I", number),
+                          *(struct.pack("<HIH", 3, 2 + len(payload), call) + payload for call, payload in calls),
+                          b"\xee" * 8))
+        data += struct.pack("<HI", 1, len(block)) + block
+    path.write_bytes(struct.pack("<4sHBBI8xIQ", b"DCAP", 0, 2, 1, 0, number, 32 + len(data)) + data)
+
+
 def write_capture(path, *calls):
-    """Writes a capture of one frame with `calls`, pairs of an identifier and a payload."""
-    block = b"".join((struct.pack("<I", 1),
-                      *(struct.pack("<HIH", 3, 2 + len(payload), call) + payload for call, payload in calls),
-                      b"\xee" * 8))
-    path.write_bytes(struct.pack("<4sHBBI8xIQ", b"DCAP", 0, 2, 1, 0, 1, 38 + len(block)) +
-                     struct.pack("<HI", 1, len(block)) + block)
+    """Writes a capture of one frame with `calls`."""
+    write_frames(path, [calls])
+
+
+def repeat_frames(source, target, times):
+    """Writes a capture of another's blocks again and again."""
+    data = source.read_bytes()
+    count, = struct.unpack_from("<I", data, 20)
+    with target.open("wb") as file:
+        file.write(data[:20] + struct.pack("<IQ", count * times, 32 + times * (len(data) - 32)))
+        for _ in range(times):
+            file.write(data[32:])
+
+
+class FileTest(unittest.TestCase):
+    """A test with a folder of its own, and names for a capture and another that is made of it."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.file, self.out = self.folder / "capture.dcap", self.folder / "out.dcap"
 
 
 def sha256(data):

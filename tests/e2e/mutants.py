@@ -62,7 +62,7 @@ def capture_of_words(rnd):
     rnd.shuffle(kinds)
     block = struct.pack("<I", 1)
     for kind, description in kinds:
-        content = description + payload(rnd.randrange(40))
+        content = description + payload(rnd.randrange(rnd.choice((2, 6, 14, 40))))  # short ones lack the most
         block += struct.pack("<HI", kind, len(content)) + content
     return struct.pack("<4sIIQIQHI", b"DCAP", 0, 0x100, 0, 1, 38 + len(block), 1, len(block)) + block
 

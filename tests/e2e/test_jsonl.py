@@ -4,22 +4,14 @@ import json
 import re
 import struct
 import sys
-import tempfile
-import unittest
 import zlib
-from pathlib import Path
 
-from harness import SAMPLE, SOURCE, captures, dcap, main, write_capture
+from harness import SAMPLE, SOURCE, FileTest, captures, dcap, jsonl, main, write_capture
 
 sys.path.append("/usr/lib/python3/dist-packages")  # Debian's, if another Python runs this
 import fastjsonschema  # noqa: E402
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
-
-
-def jsonl(path, *options):
-    return [json.loads(line) for line in
-            dcap("dump", "--format", "jsonl", path, *options).decode("utf-8").splitlines()]
 
 
 def checksum(data):
@@ -100,12 +92,7 @@ def record_is_listed_as(value, token):
     return is_listed_as(value, "{}" if value is None and token == "{}" else token)
 
 
-class JsonLines(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-
+class JsonLines(FileTest):
     def test_every_line_is_valid(self):
         validate = fastjsonschema.compile(json.loads((SOURCE / "docs/jsonl.schema.json").read_text()))
         for (name, path), options in itertools.product(INPUTS.items(), ([], ["--numeric"])):

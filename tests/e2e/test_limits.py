@@ -1,22 +1,14 @@
 """Small files that ask for much: a clear message, soon, and few lines of log."""
 import struct
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import main, run, write_capture
+from harness import FileTest, main, run, write_capture
 
 MILLION = 1_000_000
 ASKS_TOO_MUCH = "A recorded size asks for more memory than there is to be had."
 CANNOT_DECOMPRESS = "Could not decompress the API call data."
 
 
-class Limits(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = Path(folder.name) / "limits.dcap"
-
+class Limits(FileTest):
     def check(self, *arguments, status, message="", lines=None):
         """Exit status, message on the standard error, and the number of lines on the standard output."""
         done = run(*arguments, self.file, status=status, timeout=60)

@@ -7,12 +7,7 @@ import tempfile
 import time
 import unittest
 
-from harness import SAMPLE, TOOL, dcap, main, run
-
-
-def commands():
-    listed = dcap("--help").decode().split("Commands:\n")[1].split("\n\n")[0]
-    return [line.split()[0] for line in listed.splitlines()]
+from harness import SAMPLE, TOOL, commands, dcap, main, run
 
 
 def read_terminal(leader):

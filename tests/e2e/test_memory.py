@@ -3,25 +3,12 @@ import os
 import struct
 import subprocess
 import sys
-import tempfile
 import unittest
-from pathlib import Path
 
-from harness import CAPTURES, TOOL, main, write_capture
+from harness import CAPTURES, TOOL, FileTest, main, repeat_frames, write_capture
 
 MIB = 1 << 20
 FORMATS = ("text", "jsonl", "canonical")
-
-
-def repeat_frames(source, target, size):
-    """A capture of about `size` bytes: the blocks of another again and again."""
-    data = source.read_bytes()
-    times = size // (len(data) - 32)
-    frames, = struct.unpack_from("<I", data, 20)
-    with target.open("wb") as file:
-        file.write(data[:20] + struct.pack("<IQ", frames * times, 32 + times * (len(data) - 32)))
-        for _ in range(times):
-            file.write(data[32:])
 
 
 # Runs a command and prints its exit status and the most memory, in KiB, that it had in use. As an
@@ -48,17 +35,13 @@ def peak(*arguments):
 
 
 @unittest.skipIf(os.environ.get("DCAPKIT_TEST_KIND"), "only the plain build is frugal")
-class Memory(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = Path(folder.name) / "large.dcap"
-
+class Memory(FileTest):
     def check(self, *arguments, largest, file=None):
         self.assertLess(peak(*arguments, file or self.file), 16 * MIB + 2 * largest)
 
     def test_many_frames_need_no_more_than_few(self):
-        repeat_frames(CAPTURES / "two-contexts-threads.dcap", self.file, 200 * MIB)
+        source = CAPTURES / "two-contexts-threads.dcap"
+        repeat_frames(source, self.file, 200 * MIB // source.stat().st_size)
         for form in FORMATS:
             with self.subTest(form):
                 self.check("dump", "--format", form, largest=0)
@@ -97,8 +80,8 @@ class Memory(unittest.TestCase):
         size = 24 * MIB
         call = struct.pack("<4I", 0x8892, size, 2, size) + b"bytes of data\n\n\n" * (size // 16) + bytes(4)
         write_capture(self.file, (0x900C, call))
-        repeat_frames(self.file, self.file.with_name("frames.dcap"), 6 * size)
-        self.check("dump", "--jobs", "2", largest=size, file=self.file.with_name("frames.dcap"))
+        repeat_frames(self.file, self.out, 6)
+        self.check("dump", "--jobs", "2", largest=size, file=self.out)
 
 
 if __name__ == "__main__":

@@ -8,11 +8,9 @@ import re
 import shutil
 import subprocess
 import sys
-import tempfile
-import unittest
 from pathlib import Path
 
-from harness import SAMPLE, SOURCE, TOOL, captures, dcap, main
+from harness import SAMPLE, SOURCE, TOOL, FileTest, captures, dcap, main
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
 BINARIES = Path(os.environ.get("DCAPKIT_BINARY_DIR", SOURCE / "build"))
@@ -95,16 +93,11 @@ def expected(title, stats):
     raise AssertionError("no answer is known to: " + title)
 
 
-class Recipes(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.work = Path(folder.name)
-
+class Recipes(FileTest):
     def test_sql_answers_what_stats_counts(self):
         (_, prepare), *asked = blocks("recipes.md", "sql")
         self.assertEqual(len(asked), 10)
-        folders = [self.work / name for name in INPUTS]
+        folders = [self.folder / name for name in INPUTS]
         for folder, path in zip(folders, INPUTS.values()):
             folder.mkdir()
             (folder / "capture.jsonl").write_bytes(dcap("dump", "--format", "jsonl", path))
@@ -116,14 +109,14 @@ class Recipes(unittest.TestCase):
                     self.assertEqual(rows, [[*row] for row in expected(title, stats)])
 
     def test_a_farm_answers_what_stats_counts_of_each_capture(self):
-        (self.work / "captures").mkdir()
+        (self.folder / "captures").mkdir()
         for path in INPUTS.values():
-            shutil.copy(path, self.work / "captures")
+            shutil.copy(path, self.folder / "captures")
         (_, task), = blocks("farm.md", "bash")
-        subprocess.run(["bash", "-ec", task], cwd=self.work, check=True, stderr=subprocess.DEVNULL,
+        subprocess.run(["bash", "-ec", task], cwd=self.folder, check=True, stderr=subprocess.DEVNULL,
                        env={**os.environ, "PATH": f"{Path(TOOL).parent}:{os.environ['PATH']}"})
         (_, lines), (_, totals), (_, partition), (_, busiest) = blocks("farm.md", "sql")
-        (totals, busiest), = ask([self.work], lines + partition, [totals, busiest])
+        (totals, busiest), = ask([self.folder], lines + partition, [totals, busiest])
         stats = {name: json.loads(dcap("stats", "--json", path)) for name, path in INPUTS.items()}
         self.assertEqual(totals, [[name, one["frameBlocks"], one["calls"], one["drawCalls"]]
                                   for name, one in sorted(stats.items())])

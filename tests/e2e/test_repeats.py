@@ -1,12 +1,8 @@
 """A call is listed in the same way whatever has been listed before it."""
 import random
 import re
-import struct
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import SAMPLE, captures, dcap, main, run
+from harness import SAMPLE, FileTest, captures, dcap, main, run, write_frames
 
 FORMATS = ("text", "jsonl")
 MOST_FRAMES = 60
@@ -21,7 +17,7 @@ def logged(done):
     return count
 
 
-class Repeats(unittest.TestCase):
+class Repeats(FileTest):
     def compare(self, path, frames):
         """Compares the listing of all frames with those of each frame by itself."""
         for form in FORMATS:
@@ -46,17 +42,8 @@ class Repeats(unittest.TestCase):
                 for size in range(60) for _ in range(5)]
         pool += [(call, payload[:-1] + b"\1") for call, payload in pool if payload]
         pool += [(call, bytes(8)) for call in calls]
-        data = b""
-        for frame in range(8):
-            block = struct.pack("<I", frame)
-            for call, payload in draw.choices(pool, k=2000):
-                block += struct.pack("<HIH", 3, 2 + len(payload), call) + payload
-            data += struct.pack("<HI", 1, len(block) + 8) + block + b"\xee" * 8
-        with tempfile.TemporaryDirectory() as folder:
-            path = Path(folder) / "capture.dcap"
-            path.write_bytes(struct.pack("<4sHBBI8xIQ", b"DCAP", 0, 2, 1, 0, 8, 32 + len(data)) +
-                             data)
-            self.compare(path, 8)
+        write_frames(self.file, [draw.choices(pool, k=2000) for _ in range(8)])
+        self.compare(self.file, 8)
 
 
 if __name__ == "__main__":

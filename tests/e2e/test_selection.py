@@ -1,12 +1,8 @@
 """Selections: what is listed is what a filter of the whole listing keeps."""
 import fnmatch
-import json
 import re
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import CAPTURES, SAMPLE, SOURCE, captures, dcap, main, run
+from harness import CAPTURES, SAMPLE, SOURCE, FileTest, captures, dcap, frames, main, run, write_capture
 
 CLIENT_DATA = ("VertexAttrib", "FlushMapped", "UnmapBufferData")
 
@@ -36,12 +32,7 @@ def bare(lines):
     return [line for line in lines if not line.startswith("#")]
 
 
-class Selections(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-
+class Selections(FileTest):
     def check(self, options, keep):
         """The listing with `options` has the events for which `keep(frame, thread, name)`."""
         kept = 0
@@ -63,25 +54,24 @@ class Selections(unittest.TestCase):
 
     def test_set_up_calls_are_frame_0_and_there_unless_left_out(self):
         path = CAPTURES / "features-setup-block.dcap"
-        whole, setUp, frames = (listed(path, *options) for options in
+        whole, setUp, rest = (listed(path, *options) for options in
                                 ((), ("--frames", "0"), ("--frames", "1-")))
         self.assertIn("# set-up block 0, 1047 bytes", setUp)
-        self.assertEqual(setUp + frames[1:], whole)
+        self.assertEqual(setUp + rest[1:], whole)
 
     def test_damage_counts_only_where_it_is_met(self):
         whole = listed(SAMPLE)
-        frames = [i for i, line in enumerate(whole) if line.startswith("# frame")]
-        offsets = [frame["offset"] for frame in json.loads(dcap("frames", "--json", SAMPLE))]
-        file = self.folder / "damaged.dcap"
+        headings = [i for i, line in enumerate(whole) if line.startswith("# frame")]
+        offsets = [frame["offset"] for frame in frames(SAMPLE)]
         data = bytearray(SAMPLE.read_bytes())
         data[offsets[1] + 12:offsets[1] + 16] = b"\xFF" * 4  # the size of a sub-block
-        file.write_bytes(data)
-        self.assertEqual(listed(file, "--frames", "3-"), whole[:1] + whole[frames[2]:])
-        self.assertIn(b"in frame 2 ", run("dump", file, "--frames", "2-", status=1).stderr)
+        self.file.write_bytes(data)
+        self.assertEqual(listed(self.file, "--frames", "3-"), whole[:1] + whole[headings[2]:])
+        self.assertIn(b"in frame 2 ", run("dump", self.file, "--frames", "2-", status=1).stderr)
         data[offsets[1] + 4] = 1  # the block ends beyond the file: nothing behind it can be found
-        file.write_bytes(data)
-        self.assertEqual(listed(file, "--frames", "1", status=1), whole[:frames[1]])
-        self.assertIn(b"in frame 2 ", run("dump", file, "--frames", "3-", status=1).stderr)
+        self.file.write_bytes(data)
+        self.assertEqual(listed(self.file, "--frames", "1", status=1), whole[:headings[1]])
+        self.assertIn(b"in frame 2 ", run("dump", self.file, "--frames", "3-", status=1).stderr)
 
     def test_threads_are_recorded_ids(self):
         self.check(["--threads", "4102"], lambda frame, thread, name: thread == "4102")
@@ -96,6 +86,12 @@ class Selections(unittest.TestCase):
                    lambda _, __, name: name.startswith("gl") and name != "glGetError")
         self.check(["--calls", "!gl*"], lambda _, __, name: not name.startswith("gl"))
         self.check(["--calls", "meta.*"], named("meta.*"))
+
+    def test_a_call_without_a_name_is_in_no_selection(self):
+        write_capture(self.file, (0xFFFF, b""), (0x902C, b""))
+        for options in ((), ("--calls", "gl*"), ("--class", "sync")):
+            self.assertEqual(bare(listed(self.file, *options)), ["- glFinish()"])
+        self.assertEqual(bare(listed(self.file, "--calls", "!gl*")), [])
 
     def test_options_narrow_together(self):
         self.check(["--frames", "2-", "--class", "draw,present", "--calls", "!glDrawArrays"],

@@ -2,19 +2,11 @@
 import os
 import random
 import subprocess
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import SAMPLE, TOOL, canonical, captures, dcap, main, run, run_with_full_disk
+from harness import SAMPLE, TOOL, FileTest, canonical, captures, dcap, frames, main, run, run_with_full_disk
 
 
-class Unfinished(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.file = Path(folder.name) / "capture.dcap"
-
+class Unfinished(FileTest):
     def test_a_cut_one_is_listed_up_to_the_cut(self):
         whole = SAMPLE.read_bytes()
         lines = dcap("dump", SAMPLE).splitlines()
@@ -47,10 +39,7 @@ class Unfinished(unittest.TestCase):
         """Leaves a capture as a recorder that died; returns the bytes of the finished one."""
         whole = source.read_bytes()
         trailer = 0 if whole[9] & 1 else 8
-        last, position = 32, 32
-        while position < len(whole):
-            last = position
-            position += 6 + int.from_bytes(whole[position + 2:position + 6], "little")
+        last = frames(source)[-1]["offset"]
         self.file.write_bytes(whole[:20] + bytes(12) + whole[32:last + 2] + bytes(4) +
                               whole[last + 6:len(whole) - trailer])
         return whole

@@ -1,18 +1,9 @@
 """Commands that write captures: repack, trim and cat."""
 import os
-import tempfile
-import unittest
-from pathlib import Path
 
-from harness import CAPTURES, SAMPLE, captures, dcap, main, run, run_with_full_disk
+from harness import CAPTURES, SAMPLE, FileTest, captures, dcap, events, main, run, run_with_full_disk
 
 FILES = {**captures(), "sample": SAMPLE}
-
-
-def events(*arguments):
-    """The canonical lines of calls and records, with their frames' numbers."""
-    return [line for line in dcap("dump", "--format", "canonical", *arguments).splitlines()
-            if not line.startswith((b"file ", b"block "))]
 
 
 def blocks(path):
@@ -21,13 +12,7 @@ def blocks(path):
             if line.startswith(b"block ")]
 
 
-class Write(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = Path(folder.name)
-        self.out = self.folder / "out.dcap"
-
+class Write(FileTest):
     def write(self, command, *arguments):
         """The bytes of the capture that a command writes."""
         done = run(command, *arguments, "-o", self.out)

@@ -21,15 +21,20 @@
 /// What the classes were told: "reader", "GL adapter", each as often as it was called.
 using Notes = std::vector<std::string>;
 
-std::shared_ptr<Core::DataReader> MakePlainReader(std::span<const uint8_t> bytes);
-std::shared_ptr<Core::DataWriter> MakePlainWriter(Notes* notes);
-std::unique_ptr<Core::Log::Sink> MakePlainSink(Notes* notes);
-std::unique_ptr<Util::Compressor> MakePlainCompressor(Notes* notes);
-std::unique_ptr<Data::DCAPConsumer> MakePlainConsumer(Notes* notes);
-std::unique_ptr<Data::BlockEventHandler> MakePlainBlockEventHandler(Notes* notes);
-std::unique_ptr<Data::MetaHandler> MakePlainMetaHandler(Notes* notes);
-std::unique_ptr<Data::Decoder> MakePlainDecoder(Notes* notes);
-std::unique_ptr<Data::EGLAdapter> MakePlainEGLAdapter(Notes* notes);
-std::unique_ptr<Data::GLAdapter> MakePlainGLAdapter(Notes* notes);
+/// An object of each class. All but the reader, which reads the bytes, write notes.
+struct PlainClasses {
+  PlainClasses(std::span<const uint8_t> bytes, Notes* notes);
+
+  std::shared_ptr<Core::DataReader> reader;
+  std::shared_ptr<Core::DataWriter> writer;
+  std::unique_ptr<Core::Log::Sink> sink;
+  std::unique_ptr<Util::Compressor> compressor;
+  std::unique_ptr<Data::DCAPConsumer> consumer;
+  std::unique_ptr<Data::BlockEventHandler> blockEventHandler;
+  std::unique_ptr<Data::MetaHandler> metaHandler;
+  std::unique_ptr<Data::Decoder> decoder;
+  std::unique_ptr<Data::EGLAdapter> eglAdapter;
+  std::unique_ptr<Data::GLAdapter> glAdapter;
+};
 
 #endif  // DCAPKIT_TESTS_PLAINCLASSES_H

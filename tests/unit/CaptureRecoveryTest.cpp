@@ -2,9 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <memory>
-#include <random>
 #include <span>
 #include <string>
 #include <utility>
@@ -24,7 +22,6 @@
 #include "support/MemoryWriter.h"
 #include "support/RecordingConsumer.h"
 #include "support/SparseReader.h"
-#include "support/TemporaryFolder.h"
 
 namespace {
 
@@ -177,26 +174,9 @@ void ExpectAllThatIsWhole(const Whole& whole, size_t size, bool unfinished) {
 TEST(CaptureRecoveryTest, WhateverIsWholeComesOutWhereverTheCaptureIsCut) {
   for (const uint32_t mask : {kThreads, 0u, kThreads | kNoTrailers, kSetUp, kThreads | kLZ4}) {
     const Whole whole(Mixture(mask));
-    for (size_t size = 32; size <= whole.bytes.size(); ++size) {
+    for (size_t size = 32; size <= whole.bytes.size() && !HasFatalFailure(); ++size) {
       ExpectAllThatIsWhole(whole, size, false);
       ExpectAllThatIsWhole(whole, size, true);
-      if (HasFatalFailure()) return;
-    }
-  }
-}
-
-TEST(CaptureRecoveryTest, SoItDoesWhereRealCapturesAreCut) {
-  namespace fs = std::filesystem;
-  std::mt19937 random(20240607);
-  for (const fs::path& path :
-       {fs::path(DCAPKIT_SOURCE_DIR) / "examples/sample.dcap",
-        fs::path(DCAPKIT_SOURCE_DIR) / "tests/captures/features-setup-block.dcap"}) {
-    SCOPED_TRACE(path);
-    const Whole whole(ReadFile(path));
-    std::uniform_int_distribution<size_t> sizes(32, whole.bytes.size());
-    for (int i = 0; i < 1000; ++i) {
-      ExpectAllThatIsWhole(whole, sizes(random), i % 2 != 0);
-      if (HasFatalFailure()) return;
     }
   }
 }
@@ -210,17 +190,6 @@ TEST(CaptureRecoveryTest, AFinishedCaptureIsLeftAsItIs) {
     EXPECT_EQ(ReadAll(*Recover(whole)), whole);
     Bytes finished = whole;
     EXPECT_TRUE(TryToFinish(&finished, 0)) << "something was written";
-  }
-}
-
-TEST(CaptureRecoveryTest, AnUnfinishedCaptureBecomesTheFinishedOne) {
-  for (const uint32_t mask : {kThreads, kNoTrailers}) {
-    const Bytes whole = Mixture(mask);
-    Bytes unfinished = Unfinish(whole);
-    if (mask != kNoTrailers) unfinished.resize(unfinished.size() - 8);
-    EXPECT_EQ(Finish(unfinished), whole);
-    EXPECT_FALSE(Examine(unfinished).IsComplete());
-    EXPECT_FALSE(Examine(unfinished).IsCut());
   }
 }
 
@@ -349,16 +318,18 @@ TEST(CaptureRecoveryTest, FinishingMayBeInterruptedAtAnyByte) {
   }
 }
 
-TEST(CaptureRecoveryTest, WhatTheUtilityLeftHalfFinishedIsFinished) {
+TEST(CaptureRecoveryTest, AnUnfinishedCaptureBecomesTheFinishedOneHoweverFarTheUtilityCame) {
   for (const uint32_t mask : {kThreads, kNoTrailers}) {
     const Bytes whole = CaptureBuilder(mask).FrameBlock(1).Call(1, "a").FrameBlock(2).Finish();
     Bytes start = Unfinish(whole);
     const bool trailers = mask != kNoTrailers;
     if (trailers) start.resize(start.size() - 8);
+    EXPECT_FALSE(Examine(start).IsComplete());
+    EXPECT_FALSE(Examine(start).IsCut());
     std::vector<Data::FrameEntry> index;
     Data::CaptureFileUtil::GenerateFrameIndex(
         std::make_shared<Core::MemoryReader>(std::span(start)), &index);
-    for (const uint64_t granted : {4u, 12u, 15u, 20u, 24u}) {
+    for (const uint64_t granted : {0u, 4u, 12u, 15u, 20u, 24u}) {
       auto writer = std::make_shared<FailingWriter>();
       writer->bytes = start;
       writer->bytesGranted = granted;

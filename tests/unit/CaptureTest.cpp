@@ -48,15 +48,4 @@ TEST_F(CaptureTest, AFileThatBecameShorterIsNotOpenedAgain) {
   EXPECT_EQ(opened.OpenAgain(), nullptr);
 }
 
-TEST_F(CaptureTest, AnUnfinishedCaptureReadsAsTheFinishedOne) {
-  CaptureBuilder capture;
-  capture.FrameBlock(1).Call(0x9001, "call").FrameBlock(2).Call(0x9001, "last");
-  const auto bytes = capture.Finish();
-  capture.Unfinished().WriteTo(path_);
-  const Capture opened(path_);
-  EXPECT_EQ(Read(opened.Reader()), std::string(bytes.begin(), bytes.end()));
-  EXPECT_EQ(Inspect::DescribeState(opened.Recovery()),
-            "unfinished: frame count, file size, last block size and trailer are missing");
-}
-
 }  // namespace

@@ -28,14 +28,13 @@
 #include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
 #include "support/PlainClasses.h"
+#include "support/RecordingConsumer.h"
 
 namespace Data {
 namespace {
 
 using testing::Contains;
-using testing::Each;
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Not;
 
 constexpr auto kFlush = static_cast<uint16_t>(ApiCallType::glFlush);
@@ -51,44 +50,32 @@ CaptureBuilder Flushes(uint32_t frames) {
   return capture;
 }
 
-void ReadAll(const std::shared_ptr<Core::DataReader>& reader, DCAPConsumer* consumer) {
-  DCAPFileProcessor processor;
-  processor.Initialize(consumer, reader, 0);
-  while (processor.ProcessNextBlock()) {
-  }
-}
-
 TEST(ForeignClassesTest, ClassesWithoutTypeInformationServe) {
   Notes notes;
-  const auto sink = MakePlainSink(&notes);
-  Core::Log::Sink* previous = Core::Log::SetSink(sink.get());
-  const auto handler = MakePlainBlockEventHandler(&notes);
-  const auto metaHandler = MakePlainMetaHandler(&notes);
-  const auto decoder = MakePlainDecoder(&notes);
-  const auto eglAdapter = MakePlainEGLAdapter(&notes);
-  const auto glAdapter = MakePlainGLAdapter(&notes);
-  EGLDecoder eglDecoder;
-  eglDecoder.AddAdapter(eglAdapter.get());
-  GLDecoder glDecoder;
-  glDecoder.AddAdapter(glAdapter.get());
-  DCAPDecodeConsumer consumer;
-  consumer.AddBlockEventHandler(handler.get());
-  consumer.AddMetaHandler(metaHandler.get());
-  for (Decoder* each :
-       {decoder.get(), static_cast<Decoder*>(&eglDecoder), static_cast<Decoder*>(&glDecoder)}) {
-    consumer.AddDecoder(each);
-  }
   const std::vector<uint8_t> capture = Flushes(1).ClaimFrameCount(0).ClaimFileSize(0).Finish();
-  ReadAll(MakePlainReader(capture), &consumer);
+  const PlainClasses plain(capture, &notes);
+  Core::Log::Sink* previous = Core::Log::SetSink(plain.sink.get());
+  EGLDecoder eglDecoder;
+  eglDecoder.AddAdapter(plain.eglAdapter.get());
+  GLDecoder glDecoder;
+  glDecoder.AddAdapter(plain.glAdapter.get());
+  DCAPDecodeConsumer consumer;
+  consumer.AddBlockEventHandler(plain.blockEventHandler.get());
+  consumer.AddMetaHandler(plain.metaHandler.get());
+  consumer.AddDecoder(plain.decoder.get());
+  consumer.AddDecoder(&eglDecoder);
+  consumer.AddDecoder(&glDecoder);
+  Walk(plain.reader, &consumer);
   EXPECT_THAT(notes, ElementsAre("block event handler", "decoder", "GL adapter", "decoder",
                                  "EGL adapter", "meta handler"));
 
   notes.clear();
-  ReadAll(MakePlainReader(capture), MakePlainConsumer(&notes).get());
+  plain.reader->Seek(0, 0);
+  Walk(plain.reader, plain.consumer.get());
   EXPECT_THAT(notes, ElementsAre("consumer", "consumer"));
-  CaptureFileUtil::FinalizeFile(MakePlainWriter(&notes), capture.size(), 1, 32, false);
+  CaptureFileUtil::FinalizeFile(plain.writer, capture.size(), 1, 32, false);
   EXPECT_THAT(notes, Contains("writer"));
-  EXPECT_TRUE(MakePlainCompressor(&notes)->Decompress(nullptr, 0, nullptr, nullptr));
+  EXPECT_TRUE(plain.compressor->Decompress(nullptr, 0, nullptr, nullptr));
   glDecoder.ProcessFunctionCall(static_cast<ApiCallType>(1), nullptr, 0);
   EXPECT_THAT(notes, Contains("sink"));
   Core::Log::SetSink(previous);
@@ -107,13 +94,11 @@ class Guarded {
   Guarded& operator=(const Guarded&) = delete;
   ~Guarded() { munmap(pages_, 3 * kPage); }
 
+  // A copy of the value at the start of the memory, or at its end.
   template <typename T>
-  T* AtStart(const T& value) {
-    return static_cast<T*>(std::memcpy(pages_ + kPage, &value, sizeof(value)));
-  }
-  template <typename T>
-  T* AtEnd(const T& value) {
-    return static_cast<T*>(std::memcpy(pages_ + 2 * kPage - sizeof(value), &value, sizeof(value)));
+  T* Put(const T& value, bool atStart) {
+    uint8_t* place = pages_ + (atStart ? kPage : 2 * kPage - sizeof(value));
+    return static_cast<T*>(std::memcpy(place, &value, sizeof(value)));
   }
   void* Unreadable() { return pages_; }
 
@@ -155,24 +140,20 @@ const DecoderTable kDecoderTable = {nullptr,          nullptr,
                                     nullptr,          Slot(ProcessThreadChange)};
 
 TEST(ForeignClassesTest, OfATableTheDocumentedOperationsAloneAreRead) {
-  Guarded memory;
   const std::vector<uint8_t> capture = Flushes(2).Finish();
   for (const bool atStart : {true, false}) {
     Guarded readerTable;
     Guarded decoderTable;
-    const auto* readerSlots = atStart ? readerTable.AtStart(kReaderTable)->data()
-                                      : readerTable.AtEnd(kReaderTable)->data();
-    const auto* decoderSlots = atStart ? decoderTable.AtStart(kDecoderTable)->data()
-                                       : decoderTable.AtEnd(kDecoderTable)->data();
     Core::MemoryReader bytes{std::span<const uint8_t>(capture)};
     hidden = &bytes;
     decoded = 0;
     Guarded object;
-    auto* reader = reinterpret_cast<Core::DataReader*>(object.AtEnd(HandMadeReader{readerSlots}));
-    HandMadeDecoder decoder{decoderSlots, 0};
+    auto* reader = reinterpret_cast<Core::DataReader*>(
+        object.Put(HandMadeReader{readerTable.Put(kReaderTable, atStart)->data()}, false));
+    HandMadeDecoder decoder{decoderTable.Put(kDecoderTable, atStart)->data(), 0};
     DCAPDecodeConsumer consumer;
     consumer.AddDecoder(reinterpret_cast<Decoder*>(&decoder));
-    ReadAll(std::shared_ptr<Core::DataReader>(reader, [](Core::DataReader*) {}), &consumer);
+    Walk(std::shared_ptr<Core::DataReader>(reader, [](Core::DataReader*) {}), &consumer);
     EXPECT_EQ(decoded, 4);
   }
 }
@@ -183,7 +164,7 @@ TEST(ForeignClassesTest, ADecoderMayBeRegisteredBeforeItExists) {
   auto* decoder = static_cast<Decoder*>(memory.Unreadable());
   consumer.AddDecoder(decoder);
   consumer.RemoveDecoder(decoder);
-  ReadAll(std::make_shared<Core::MemoryReader>(Flushes(1).Finish()), &consumer);
+  Walk(std::make_shared<Core::MemoryReader>(Flushes(1).Finish()), &consumer);
 }
 
 // Counts flushes, and frames by their numbers.
@@ -207,7 +188,7 @@ class Counter : public GLAdapter, public DCAPDecodeConsumer {
 class Pipe : public Core::MemoryReader {
  public:
   using MemoryReader::MemoryReader;
-  int Seek(int /*origin*/, int64_t /*offset*/) override { return -1; }
+  int Seek(int, int64_t) override { return -1; }
 };
 
 TEST(ForeignClassesTest, BlocksThatAreSkippedWithoutSeekingAreReadAndDropped) {
@@ -226,8 +207,8 @@ TEST(ForeignClassesTest, BlocksThatAreSkippedWithoutSeekingAreReadAndDropped) {
     Counter counter;
     Counter seeking;
     const std::vector<uint8_t> bytes = capture.Finish();
-    ReadAll(std::make_shared<Pipe>(bytes), &counter);
-    ReadAll(std::make_shared<Core::MemoryReader>(bytes), &seeking);
+    Walk(std::make_shared<Pipe>(bytes), &counter);
+    Walk(std::make_shared<Core::MemoryReader>(bytes), &seeking);
     EXPECT_EQ(counter.frames, seeking.frames);
     EXPECT_EQ(counter.flushes, seeking.flushes);
     EXPECT_THAT(counter.frames, Not(Contains(99)));
@@ -258,7 +239,7 @@ TEST(ForeignClassesTest, ACountBeyondWhatWasAskedForIsAFailedRead) {
     const auto reader = std::make_shared<Wrapper>(bytes);
     reader->limit = limit;
     Counter counter;
-    EXPECT_THROW(ReadAll(reader, &counter), Core::BasicException) << limit;
+    EXPECT_THROW(Walk(reader, &counter), Core::BasicException) << limit;
     EXPECT_LE(counter.flushes, 3);
   }
 }
@@ -266,7 +247,7 @@ TEST(ForeignClassesTest, ACountBeyondWhatWasAskedForIsAFailedRead) {
 TEST(ForeignClassesTest, CapturesAreWalkedInTheMemoryOfTheirReader) {
   class Places : public DCAPDecodeConsumer {
    public:
-    void ProcessFunctionCall(const SubBlockHeader& /*header*/, const FunctionCallDesc& /*desc*/,
+    void ProcessFunctionCall(const SubBlockHeader&, const FunctionCallDesc&,
                              const unsigned char* data, unsigned int size) override {
       if (size != 0) places.push_back(data);
     }
@@ -281,7 +262,7 @@ TEST(ForeignClassesTest, CapturesAreWalkedInTheMemoryOfTheirReader) {
         std::make_shared<Core::MemoryReader>(std::span<const uint8_t>(bytes)), bytes.size());
   };
   Places places;
-  ReadAll(reader(), &places);
+  Walk(reader(), &places);
   ASSERT_EQ(places.places.size(), 3u);
   EXPECT_TRUE(std::ranges::all_of(places.places, isInside));
 
@@ -294,8 +275,8 @@ TEST(ForeignClassesTest, CapturesAreWalkedInTheMemoryOfTheirReader) {
 TEST(ForeignClassesTest, AfterAnExceptionNothingOfTheBlockIsLeft) {
   class Thrower : public DCAPDecodeConsumer {
    public:
-    void ProcessFunctionCall(const SubBlockHeader& /*header*/, const FunctionCallDesc& /*desc*/,
-                             const unsigned char* /*data*/, unsigned int /*size*/) override {
+    void ProcessFunctionCall(const SubBlockHeader&, const FunctionCallDesc&, const unsigned char*,
+                             unsigned int) override {
       throw std::runtime_error("enough");
     }
   };
@@ -380,9 +361,9 @@ TEST(ForeignClassesTest, DecodersAndHandlersMayGoWhileTheyAreServed) {
   class Leaver : public BlockEventHandler, public MetaHandler {
    public:
     explicit Leaver(DCAPDecodeConsumer* consumer) : consumer_(consumer) {}
-    void ProcessBlockStart(uint32_t /*blockType*/) override { Leave(); }
-    void ProcessBlockEnd(uint32_t /*blockType*/) override {}
-    void DisplayMessage(const std::string& /*message*/) override { Leave(); }
+    void ProcessBlockStart(uint32_t) override { Leave(); }
+    void ProcessBlockEnd(uint32_t) override {}
+    void DisplayMessage(const std::string&) override { Leave(); }
     int served = 0;
 
    private:
@@ -401,7 +382,7 @@ TEST(ForeignClassesTest, DecodersAndHandlersMayGoWhileTheyAreServed) {
     counter.AddBlockEventHandler(leaver);
     counter.AddMetaHandler(leaver);
   }
-  ReadAll(std::make_shared<Core::MemoryReader>(Flushes(2).Finish()), &counter);
+  Walk(std::make_shared<Core::MemoryReader>(Flushes(2).Finish()), &counter);
   EXPECT_EQ(first.served, 3);  // a block, and a message in each frame
   EXPECT_EQ(second.served, 3);
 }

@@ -99,46 +99,8 @@ TEST_F(MetaDecoderTest, AnEmptyMessageThrowsOnlyWhenSomebodyListens) {
   EXPECT_THAT(log_.Lines(), ElementsAre(kCutValue, kCutValue, kCutValue, kCutValue));
 }
 
-// ---- Each record: whole, with parts missing, and without a byte.
-
-TEST_F(MetaDecoderTest, AWindowSizeAndAnImageBufferKeepDefaultsForWhatIsMissing) {
-  EXPECT_THAT(Command(2, Bytes().U32s({1, 2, 640, 480})), ElementsAre("SetWindowSize 1 2 640 480"));
-  EXPECT_THAT(Command(2, Bytes().U32s({1, 2})), ElementsAre("SetWindowSize 1 2 0 0"));
-  EXPECT_THAT(Command(2, Bytes()), ElementsAre("SetWindowSize 4294967295 4294967295 0 0"));
-  EXPECT_THAT(Command(7, Bytes().U32s({1, 2, 3, 4, 5, 6, 7})),
-              ElementsAre("CreateEglImageBuffer 1 2 3 4 5 6"));
-  EXPECT_THAT(Command(7, Bytes().U32s({1, 2, 3})), ElementsAre("CreateEglImageBuffer 1 2 3 0 0 0"));
-  EXPECT_THAT(log_.Lines(), IsEmpty());
-  EXPECT_THAT(Command(2, Bytes().U32s({1, 2}).U16(3)), ElementsAre("SetWindowSize 1 2 0 0"));
-  EXPECT_THAT(log_.Lines(), ElementsAre(kCutValue, kCutValue));
-}
-
-TEST_F(MetaDecoderTest, ImagePlanesPointToTheirBytesUnlessThereAreTooFew) {
-  const Bytes head = Bytes().U32s({9, 1, 2, 3, 4});
-  EXPECT_THAT(Command(3, Bytes(head).U32(0)), ElementsAre("SetEglImageContent 9 1 2 3 4 0 "));
-  EXPECT_THAT(Command(3, Bytes(head).U32(2).U32(5).U64(3).U64(6).Text("abc").U32(7).U64(0).U64(8)),
-              ElementsAre("SetEglImageContent 9 1 2 3 4 2 { 5 3 6 abc }{ 7 0 8  }"));
-  for (uint64_t size : {uint64_t{25}, uint64_t{1} << 32, ~uint64_t{0}}) {
-    EXPECT_THAT(
-        Command(3, Bytes(head).U32(2).U32(5).U64(size).U64(6).U32(7).U64(4).U64(8).Text("next")),
-        ElementsAre("SetEglImageContent 9 1 2 3 4 2 { 5 " + std::to_string(size) +
-                    " 6 - }{ 7 4 8 next }"));
-  }
-}
-
-TEST_F(MetaDecoderTest, DefaultBuffersReceiveTheSizeOfTheRecord) {
-  const Bytes payload = Bytes().U32s({1, 2, 3, 4, 5, 6, 16}).Text("0123456789abcdef");
-  const char* names[] = {"DefaultColorBuffer", "DefaultDepthBuffer", "DefaultStencilBuffer"};
-  for (uint32_t i = 0; i < 3; ++i) {
-    EXPECT_THAT(Command(4 + i, payload),
-                ElementsAre(names[i] + std::string(" 1 2 3 4 5 6 44 0123456789abcdef")));
-    EXPECT_THAT(Command(4 + i, Bytes(payload).Cut(1)),
-                ElementsAre(names[i] + std::string(" 1 2 3 4 5 6 43 -")));
-    EXPECT_THAT(log_.Take(), ElementsAre(kCutArray));
-    EXPECT_THAT(Command(4 + i, Bytes().U32s({1, 2, 3, 4, 5, 6, 0})), IsEmpty());
-    EXPECT_THAT(Command(4 + i, Bytes()), IsEmpty());
-  }
-}
+// ---- Records. The independent reader (tests/e2e) holds every kind, whole and cut, against its
+// own.
 
 TEST_F(MetaDecoderTest, AMultisampleTextureReceivesItsLength) {
   const Bytes payload = Bytes().U32s({1, 2, 3, 4, 5, 6, 7, 8}).I32(-9).U32(3).Text("abcd");
@@ -147,16 +109,6 @@ TEST_F(MetaDecoderTest, AMultisampleTextureReceivesItsLength) {
               ElementsAre("MultiSampleTexture 1 2 3 4 5 6 7 8 -9 3 -"));
   EXPECT_THAT(Command(8, Bytes(payload).Cut(8)), IsEmpty());
   EXPECT_THAT(log_.Lines(), ElementsAre(kCutArray));
-}
-
-TEST_F(MetaDecoderTest, AttributeValuesAreReadAllOrNone) {
-  const Bytes payload = Bytes().U32s({1, 2, 3, 10, 20, 30});
-  EXPECT_THAT(State(1, payload), ElementsAre("EGLConfigStateDesc 1 2 3 10,20,30"));
-  EXPECT_THAT(State(2, payload), ElementsAre("EGLSurfaceStateDesc 1 2 3 10,20,30"));
-  EXPECT_THAT(State(2, Bytes().U32s({1, 2, 0})), ElementsAre("EGLSurfaceStateDesc 1 2 0 -"));
-  EXPECT_THAT(State(1, Bytes()), ElementsAre("EGLConfigStateDesc 4294967295 4294967295 0 -"));
-  EXPECT_THAT(State(1, Bytes(payload).Cut(4)), ElementsAre("EGLConfigStateDesc 1 2 3 0,0,0"));
-  EXPECT_THAT(log_.Lines(), ElementsAre(kCutValue));
 }
 
 TEST_F(MetaDecoderTest, UniformsAndAttributesAreReadEntryByEntry) {
@@ -185,23 +137,6 @@ TEST_F(MetaDecoderTest, UniformBlocksHaveEightArrays) {
               ElementsAre("GLUniformBlocksStateDesc 7 1 { 1 2 abc 3 4 5 6 2 "
                           "0,10 1,11 2,12 3,13 4,14 5,15 - - }"));
   EXPECT_THAT(log_.Lines(), ElementsAre(kCutArray, kCutArray));
-}
-
-TEST_F(MetaDecoderTest, CounterBuffersStorageBlocksAndBufferVariablesAreReadFieldByField) {
-  EXPECT_THAT(
-      State(7, Bytes().U32s({7, 2, 1, 2, 3, 4, 5, 6, 2, 8, 9}).U32s({1, 2, 3, 4, 5, 6, kAll})),
-      ElementsAre("GLAtomicCounterBufferStateDesc 7 2 { 1 2 3 4 5 6 2 8,9 }{ 1 2 3 4 5 6 -1 }"));
-  EXPECT_THAT(State(9, Bytes().U32s({7, 1, 1, 2}).Text("xy").U32s({2, 3, 4, 5, 6, 1, 99})),
-              ElementsAre("GLStorageBlocksStateDesc 7 1 { 1 xy 2 3 4 5 6 1 99 }"));
-  EXPECT_THAT(State(8, Bytes().U32s({7, 1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 1}).Text("v")),
-              ElementsAre("GLBufferVariablesStateDesc 7 1 { 0 1 2 3 4 5 6 7 8 9 10 11 12 v }"));
-}
-
-TEST_F(MetaDecoderTest, LimitsAreDeliveredUnlessThereAreNone) {
-  EXPECT_THAT(State(6, Bytes().U32s({2, 1, 2, 3, 4})), ElementsAre("GLLimitsDesc 2 1,2,3,4"));
-  EXPECT_THAT(State(6, Bytes().U32s({2, 1, 2, 3})), ElementsAre("GLLimitsDesc 2 1,2,3,0"));
-  EXPECT_THAT(State(6, Bytes().U32(0)), IsEmpty());
-  EXPECT_THAT(State(6, Bytes()), IsEmpty());
 }
 
 // ---- Sizes.

@@ -74,14 +74,6 @@ TEST_F(OutputFileTest, TakesTheNameWhenCommittedAndNotBefore) {
   EXPECT_THAT(folder_.Names(), ElementsAre("out"));
 }
 
-TEST_F(OutputFileTest, AFileThatIsNotCommittedLeavesNothing) {
-  {
-    OutputFile file(path_);
-    Write(&file, "new");
-  }
-  EXPECT_THAT(folder_.Names(), IsEmpty());
-}
-
 TEST_F(OutputFileTest, AReadOnlyFileIsReplacedByAReadOnlyFile) {
   WriteOld(fs::perms(0444));
   const Unprivileged user(folder_);

@@ -6,19 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Data/MetaDecoder.h"
-
 #include "inspect/events/Selection.h"
 
 namespace {
 
 using Inspect::Ranges;
-using Inspect::Selection;
-using testing::HasSubstr;
-
-constexpr auto kDrawArrays = Data::ApiCallType::glDrawArrays;
-constexpr auto kBindBuffer = Data::ApiCallType::glBindBuffer;
-constexpr auto kGetError = Data::ApiCallType::glGetError;
 
 // "1-3 7-7"
 std::string Intervals(const std::string& text) {
@@ -29,17 +21,6 @@ std::string Intervals(const std::string& text) {
         (all.empty() ? "" : " ") + std::to_string(range.first) + "-" + std::to_string(range.last);
   }
   return all;
-}
-
-// The message of a mistake.
-template <typename Set>
-std::string Mistake(Set set) {
-  try {
-    set();
-  } catch (const std::invalid_argument& error) {
-    return error.what();
-  }
-  return "none";
 }
 
 TEST(RangesTest, IntervalsAreSortedAndJoinedWhereTheyTouch) {
@@ -71,39 +52,9 @@ TEST(RangesTest, MistakesAreQuoted) {
            {"-3", "'-3' is neither"},
            {"1-2-3", "'1-2-3' is neither"},
            {"7,4294967296", "'4294967296' is beyond 4294967295"}}) {
-    EXPECT_THAT(Mistake([&text = text] { Ranges ranges(text); }), HasSubstr(message));
+    EXPECT_THAT([&text = text] { Ranges ranges(text); },
+                testing::ThrowsMessage<std::invalid_argument>(testing::HasSubstr(message)));
   }
-}
-
-TEST(SelectionTest, CallsMatchGlobsWithoutExclusions) {
-  Selection selection;
-  EXPECT_TRUE(selection.SelectsAllCalls());
-  selection.SetCalls("gl*,!glGet?rror");
-  selection.SetCalls("!glDraw*");
-  EXPECT_TRUE(selection.SelectsCall(kBindBuffer));
-  EXPECT_FALSE(selection.SelectsCall(kGetError));
-  EXPECT_FALSE(selection.SelectsCall(kDrawArrays));
-  EXPECT_FALSE(selection.SelectsCall(Data::ApiCallType::eglSwapBuffers));
-  EXPECT_FALSE(selection.SelectsCall(Data::ApiCallType{0xFFFF}));
-  EXPECT_FALSE(selection.SelectsMetadata(Data::kMetadataText, 1));
-}
-
-TEST(SelectionTest, ClassesAndCallsNarrowTogether) {
-  Selection selection;
-  selection.SetClasses("draw,query");
-  EXPECT_TRUE(selection.SelectsCall(kDrawArrays) && selection.SelectsCall(kGetError));
-  EXPECT_FALSE(selection.SelectsCall(kBindBuffer));
-  EXPECT_FALSE(selection.SelectsMetadata(Data::kMetadataText, 1));
-  selection.SetCalls("!glGet*");
-  EXPECT_FALSE(selection.SelectsCall(kGetError));
-}
-
-TEST(SelectionTest, MistakesAreQuoted) {
-  Selection selection;
-  EXPECT_THAT(Mistake([&] { selection.SetCalls("glDraw*,glDrawArray"); }),
-              HasSubstr("'glDrawArray' matches no call"));
-  EXPECT_THAT(Mistake([&] { selection.SetClasses("draw,drow"); }),
-              HasSubstr("'drow' is no class of calls: there are draw, compute, "));
 }
 
 }  // namespace
