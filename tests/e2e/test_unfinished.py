@@ -47,8 +47,9 @@ class Unfinished(unittest.TestCase):
                           (self.file.with_name("none"), "Cannot read capture file. "
                            "The data reader is invalid. (No such file or directory)")):
             with self.subTest(path):
-                self.assertEqual(run("dump", path, status=1).stderr.decode(),
-                                 f"dcap: {path}: {why}\n")
+                for command in ("dump", "stats"):
+                    done = run(command, path, status=1)
+                    self.assertEqual((done.stdout, done.stderr.decode()), (b"", f"dcap: {path}: {why}\n"))
 
     def unfinished(self):
         """Leaves the sample as a recorder that died; returns the bytes of the sample."""
