@@ -32,8 +32,9 @@ class Unfinished(FileTest):
                           (self.file.with_name("none"), "Cannot read capture file. "
                            "The data reader is invalid. (No such file or directory)")):
             with self.subTest(path):
-                self.assertEqual(run("dump", path, status=1).stderr.decode(),
-                                 f"dcap: {path}: {why}\n")
+                for command in ("dump", "stats"):
+                    done = run(command, path, status=1)
+                    self.assertEqual((done.stdout, done.stderr.decode()), (b"", f"dcap: {path}: {why}\n"))
 
     def unfinished(self, source=SAMPLE):
         """Leaves a capture as a recorder that died; returns the bytes of the finished one."""
