@@ -340,17 +340,23 @@ def try_range(bounds):
     return try_mutants(mutants, range(*bounds), *options)
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+def options_of(description):
+    """A parser of the options that every program about mutants has."""
+    parser = argparse.ArgumentParser(description=description, formatter_class=argparse.RawTextHelpFormatter)
     parser.add_argument("--count", type=int, default=1000, help="how many mutants (1000)")
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--first", type=int, default=0, help="number of the first (0)")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at a time")
-    parser.add_argument("--compare", action="store_true", help="compare with the independent reader")
-    parser.add_argument("--keep", metavar="DIR", help="write those that fail, or the only one, to DIR")
     parser.add_argument("captures", metavar="CAPTURE", type=Path, nargs="*",
                         help="what to damage; by default the captures of real programs and the sample, "
-                             "with --compare also random captures")
+                             "for comparing also random captures")
+    return parser
+
+
+def main():
+    parser = options_of(__doc__)
+    parser.add_argument("--compare", action="store_true", help="compare with the independent reader")
+    parser.add_argument("--keep", metavar="DIR", help="write those that fail, or the only one, to DIR")
     options = parser.parse_args()
     if options.keep:
         Path(options.keep).mkdir(parents=True, exist_ok=True)

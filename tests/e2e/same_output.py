@@ -9,7 +9,6 @@ regular expression for lines that may differ: they are left out before the rest 
 the number of a mutant make it: `--first NUMBER --count 1` tries it again. The tool under test is build/bin/dcap, or
 $DCAP_TOOL.
 """
-import argparse
 import collections
 import multiprocessing
 import os
@@ -122,18 +121,11 @@ def try_mutants(bounds):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawTextHelpFormatter)
+    parser = mutants.options_of(__doc__)
     parser.add_argument("--against", metavar="DCAP", required=True, help="the other build of the tool")
-    parser.add_argument("--count", type=int, default=1000, help="how many mutants (1000)")
-    parser.add_argument("--seed", type=int, default=1)
-    parser.add_argument("--first", type=int, default=0, help="number of the first (0)")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="how many at a time")
     parser.add_argument("--keep", metavar="DIR", default=SOURCE / "build/different",
                         help="where captures that differ are kept (build/different)")
     parser.add_argument("--allow", metavar="REGEX", action="append", default=[], help="lines that may differ")
-    parser.add_argument("captures", metavar="CAPTURE", type=Path, nargs="*",
-                        help="what to compare and to damage; by default the captures of real programs, "
-                             "the sample and random ones")
     options = parser.parse_args()
     differences, tried, counts = [], 0, collections.Counter()
 
