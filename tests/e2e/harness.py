@@ -6,7 +6,6 @@ import os
 import resource
 import struct
 import subprocess
-import sys
 import tempfile
 import unittest
 from pathlib import Path
@@ -56,8 +55,7 @@ def run_with_full_disk(*arguments, limit):
     if COUNTS_LINES:
         raise unittest.SkipTest("the counts would be lost")
     return run(*arguments, status=1, restore_signals=False,  # Python ignores SIGXFSZ
-               preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))
-               ).stderr.decode()
+               preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit))).stderr.decode()
 
 
 def commands():
@@ -120,8 +118,3 @@ class FileTest(unittest.TestCase):
 
 def sha256(data):
     return hashlib.sha256(data).hexdigest()
-
-
-def main():
-    """Runs the tests of the calling module."""
-    sys.exit(0 if unittest.main(exit=False).result.wasSuccessful() else 1)

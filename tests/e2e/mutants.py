@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Damages captures in every way that storage and crashes do, and lets the tool read what is left.
 
     tests/e2e/mutants.py --count 100000 --seed 7 [CAPTURE...]
@@ -22,7 +22,9 @@ import tempfile
 import time
 from pathlib import Path
 
-import inflate
+import lz4.block
+import lz4.frame
+
 import reader
 from harness import SAMPLE, SOURCE, TOOL, captures
 
@@ -32,7 +34,6 @@ COMMANDS = (("dump",), ("info", "--scan"), ("finalize",))
 STATUSES = (0, 1, 3)
 SECONDS = 10
 MEMORY = 1024 * MIB
-REMARKABLE_MEMORY = 64 * MIB
 SHARED_MEMORY = "/dev/shm" if os.path.isdir("/dev/shm") else None
 
 
@@ -68,7 +69,7 @@ def capture_of_words(rnd):
 
 
 def with_lz4_frames(data):
-    """The same capture with each raw LZ4 block as a frame of one block, with and without checksums."""
+    """The same capture with each raw LZ4 block as a frame, with and without checksums."""
     out, options = bytearray(data[:32]), struct.unpack_from("<I", data, 8)[0]
     width = 10 if options & 0x40 else 6
     at, trailer = 32, b"" if options & 0x100 else data[-8:]
@@ -79,20 +80,16 @@ def with_lz4_frames(data):
             sub_kind, sub_size = struct.unpack_from("<HI", data, sub)
             content = data[sub + width:sub + width + sub_size]
             if sub_kind == 5:
-                content = content[:6] + lz4_frame(content[6:], checksums=len(content) % 2)
+                checked = len(content) % 2 == 1
+                plain = lz4.block.decompress(content[6:], uncompressed_size=struct.unpack_from("<I", content, 2)[0])
+                content = content[:6] + lz4.frame.compress(plain, content_checksum=checked, block_checksum=checked,
+                                                           block_linked=checked, store_size=checked)
             body += struct.pack("<HI", sub_kind, len(content)) + data[sub + 6:sub + width] + content
             sub += width + sub_size
         out += struct.pack("<HI", kind, len(body) + len(trailer)) + body + trailer
         at += 6 + size
     struct.pack_into("<Q", out, 24, len(out))
     return bytes(out)
-
-
-def lz4_frame(block, checksums):
-    descriptor = bytes((0x70 if checksums else 0x60, 0x70))
-    frame = b"\x04\x22\x4D\x18" + descriptor + bytes((inflate.xxh32(descriptor) >> 8 & 0xFF,))
-    frame += struct.pack("<I", len(block)) + block
-    return frame + (struct.pack("<I", inflate.xxh32(block)) if checksums else b"") + bytes(4)
 
 
 class Source:
@@ -225,14 +222,12 @@ class Result:
         self.mutants = 0
         self.statuses = collections.Counter()
         self.failures = []
-        self.large = []
         self.slowest = (0, 0, "")
 
     def add(self, other):
         self.mutants += other.mutants
         self.statuses += other.statuses
         self.failures += other.failures
-        self.large += other.large
         self.slowest = max(self.slowest, other.slowest)
 
     def __str__(self):
@@ -244,9 +239,6 @@ class Result:
                       for (of, status), count in sorted(self.statuses.items()) if of == name]
             if counts:
                 lines.append(f"{name}: {', '.join(counts)}")
-        if self.statuses:
-            lines.append(f"{len(self.large)} runs took more than 64 MiB")
-        lines += [f"  {size // MIB} MiB: {name} of {index}" for size, index, name in sorted(self.large)[-5:]]
         return "\n".join(lines + self.failures)
 
 
@@ -264,28 +256,27 @@ def run(command, path, output=os.devnull, errors=os.devnull, tool=TOOL):
     return status, time.monotonic() - started, usage.ru_maxrss * 1024
 
 
-def difference(path, output):
-    """How the tool's canonical form, written to a file, and the independent reader's differ; empty if they do not."""
-    status, _, _ = run(("dump", "--format", "canonical"), path, output)
+def differences(path, *_):
+    """How the tool's canonical form and the independent reader's differ."""
+    done = subprocess.run([TOOL, "dump", "--format", "canonical", path], capture_output=True, text=True, timeout=SECONDS)
     text, expected = reader.read(Path(path).read_bytes())
-    if os.waitstatus_to_exitcode(status) != expected:
-        return f"exit status {os.waitstatus_to_exitcode(status)}, of the reader {expected}"
-    pairs = itertools.zip_longest(Path(output).read_text().splitlines(), text.splitlines())
+    if done.returncode != expected:
+        return [f"exit status {done.returncode}, of the reader {expected}"]
+    pairs = itertools.zip_longest(done.stdout.splitlines(), text.splitlines())
     for number, (line, other) in enumerate(pairs, 1):
         if line != other:
-            return f"line {number}: {line!r:.300}, of the reader {other!r:.300}"
-    return ""
+            return [f"line {number}: {line!r:.300}, of the reader {other!r:.300}"]
+    return []
 
 
-def try_commands(path, index, frugal, result):
+def try_commands(path, index, result):
     """Runs every command on a mutant; returns what went wrong."""
+    frugal = not os.environ.get("DCAPKIT_TEST_KIND")
     failures = []
     for command in COMMANDS:
         name = " ".join(command)
         status, seconds, memory = run(command, path)
         result.slowest = max(result.slowest, (seconds, index, name))
-        if frugal and memory > REMARKABLE_MEMORY:
-            result.large.append((memory, index, name))
         if os.WIFSIGNALED(status):
             failures.append(f"{name}: signal {os.WTERMSIG(status)} after {seconds:.1f} s")
             continue
@@ -297,47 +288,42 @@ def try_commands(path, index, frugal, result):
     return failures
 
 
-def try_mutants(mutants, indices, compare, keep, frugal):
+def try_range(bounds):
+    mutants, attempt, keep = _arguments
     result = Result()
     with tempfile.TemporaryDirectory(dir=SHARED_MEMORY) as folder:
         path = os.path.join(folder, "mutant.dcap")
-        for index in indices:
+        for index in range(*bounds):
             data = mutants.make(index)
             Path(path).write_bytes(data)
-            if compare:
-                failures = [text for text in (difference(path, path + ".txt"),) if text]
-            else:
-                failures = try_commands(path, index, frugal, result)
+            failures = attempt(path, index, result)
             result.mutants += 1
             result.failures += [f"seed {mutants.seed} mutant {index}: {text}" for text in failures]
-            if keep and (failures or len(indices) == 1):
+            if keep and (failures or bounds[1] - bounds[0] == 1):
                 Path(keep, f"mutant-{mutants.seed}-{index}.dcap").write_bytes(data)
     return result
 
 
-def run_all(mutants, first, count, jobs, compare=False, keep=None, frugal=True):
-    """Tries `count` mutants in `jobs` processes. Memory is looked at when `frugal`."""
+def run_all(mutants, first, count, jobs, attempt, keep=None):
+    """Makes `count` mutants in `jobs` processes, and of each the attempt, a function of its path, its number and a
+    Result to be filled, that tells what went wrong."""
+    if keep:
+        Path(keep).mkdir(parents=True, exist_ok=True)
     step = 100
     total = Result()
     # Forked, so that the captures need not be sent.
-    with multiprocessing.get_context("fork").Pool(jobs, set_mutants, (mutants, compare, keep, frugal)) as pool:
+    with multiprocessing.get_context("fork").Pool(jobs, set_arguments, (mutants, attempt, keep)) as pool:
         last = first + count
-        for done in pool.imap_unordered(try_range, [(at, min(at + step, last))
-                                                    for at in range(first, last, step)]):
+        for done in pool.imap_unordered(try_range, [(at, min(at + step, last)) for at in range(first, last, step)]):
             total.add(done)
             if total.mutants % 10000 == 0 and total.mutants < count:
                 print(total, flush=True)
     return total
 
 
-def set_mutants(*arguments):
+def set_arguments(*arguments):
     global _arguments
     _arguments = arguments
-
-
-def try_range(bounds):
-    mutants, *options = _arguments
-    return try_mutants(mutants, range(*bounds), *options)
 
 
 def options_of(description):
@@ -358,13 +344,10 @@ def main():
     parser.add_argument("--compare", action="store_true", help="compare with the independent reader")
     parser.add_argument("--keep", metavar="DIR", help="write those that fail, or the only one, to DIR")
     options = parser.parse_args()
-    if options.keep:
-        Path(options.keep).mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory() as folder:
-        mutants = Mutants(options.captures or (all_kinds(folder) if options.compare else real_captures()),
-                          options.seed)
-    total = run_all(mutants, options.first, options.count, options.jobs, options.compare, options.keep,
-                    frugal=not os.environ.get("DCAPKIT_TEST_KIND"))
+        mutants = Mutants(options.captures or (all_kinds(folder) if options.compare else real_captures()), options.seed)
+    total = run_all(mutants, options.first, options.count, options.jobs,
+                    differences if options.compare else try_commands, options.keep)
     print(total)
     sys.exit(1 if total.failures else 0)
 

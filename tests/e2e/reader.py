@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """An independent reader of captures: writes the canonical form as the documents define it, slowly and simply.
 
     tests/e2e/reader.py CAPTURE
@@ -372,8 +372,7 @@ RECORDS = {
     (3, 6): ("GLLimitsDesc", limits),
     (3, 7): ("GLAtomicCounterBufferStateDesc", table(lambda r: [*r.numbers(6), *r.array(1)])),
     (3, 8): ("GLBufferVariablesStateDesc", table(lambda r: [*r.numbers(13), r.name()])),
-    (3, 9): ("GLStorageBlocksStateDesc", table(storage_block)),
-}
+    (3, 9): ("GLStorageBlocksStateDesc", table(storage_block)),}
 
 
 def record_line(kind, subtype, data):

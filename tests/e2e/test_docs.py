@@ -6,7 +6,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from harness import SOURCE, TOOL, dcap, main
+from harness import SOURCE, TOOL, dcap
 
 
 def blocks(document, language):
@@ -38,8 +38,7 @@ class Documents(unittest.TestCase):
                 shown = [line for line in block.splitlines() if not line.startswith("$ ")]
                 script = "\n".join(line[2:] for line in block.splitlines() if line.startswith("$ "))
                 script = script.replace("build/draws", folder + "/draws").replace("build/", f"{build}/")
-                done = subprocess.run(["bash", "-ec", script], cwd=SOURCE, capture_output=True,
-                                      text=True, check=True)
+                done = subprocess.run(["bash", "-ec", script], cwd=SOURCE, capture_output=True, text=True, check=True)
                 self.assertEqual(done.stdout.splitlines(), shown)
 
     def test_the_hex_example_of_the_format_is_the_capture_it_describes(self):
@@ -59,7 +58,3 @@ class Documents(unittest.TestCase):
                               "# frame 1, number 1, 65 bytes",
                               "4101 glBindBuffer(target=GL_ARRAY_BUFFER, buffer=3)",
                               "4101 glGetUniformLocation(program=7, name=\"angle\") = 2"])
-
-
-if __name__ == "__main__":
-    main()

@@ -3,7 +3,7 @@ import os
 import subprocess
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, FileTest, frames, main, run
+from harness import SAMPLE, TOOL, FileTest, frames, run
 
 DATA = SAMPLE.read_bytes()
 PREFIX = "DCAP file processing failed: "
@@ -84,7 +84,3 @@ class Errors(FileTest):
         self.damage(FRAMES[2] + 12, b"\xff" * 4)
         for command in (["dump"], ["stats"], ["trim", "-o", self.out]):
             self.assertEqual(run(*command, "--frames", "0-2", self.file).stderr, b"")
-
-
-if __name__ == "__main__":
-    main()

@@ -6,7 +6,7 @@ import subprocess
 import unittest
 from pathlib import Path
 
-from harness import COUNTS_LINES, SAMPLE, TOOL, FileTest, captures, dcap, frames, main, run, summary
+from harness import COUNTS_LINES, SAMPLE, TOOL, FileTest, captures, dcap, frames, run, summary
 
 
 def info(path, *options, **how):
@@ -25,8 +25,7 @@ class Info(FileTest):
                 self.assertEqual(told["processedSetUpBlocks"], expected["set_up_blocks"])
                 self.assertEqual((told["firstNumber"], told["lastNumber"]), (1, told["frames"]))
                 self.assertEqual(told["payloadBytes"] - told["storedPayloadBytes"],
-                                 expected["compressed_payload_bytes_inflated"] -
-                                 expected["compressed_payload_bytes"])
+                                 expected["compressed_payload_bytes_inflated"] - expected["compressed_payload_bytes"])
 
     def test_frames_lie_one_behind_the_other(self):
         position = 32
@@ -102,7 +101,3 @@ class Info(FileTest):
         self.assertEqual(info(self.file, "--scan")["payloadBytes"], count * payload)
         self.assertIn(b"\n# frame 101, number 101, 12 bytes\n", dcap("dump", *last, self.file))
         self.assertEqual(self.out.stat().st_size, 32 + 18)
-
-
-if __name__ == "__main__":
-    main()

@@ -4,7 +4,7 @@ import random
 import struct
 import subprocess
 
-from harness import SAMPLE, TOOL, FileTest, captures, dcap, main, repeat_frames, write_capture
+from harness import SAMPLE, TOOL, FileTest, captures, dcap, repeat_frames, write_capture
 
 COMMANDS = (["dump"], ["dump", "--format", "jsonl"], ["dump", "--format", "canonical"],
             ["dump", "--frames", "2,4-7,9-"], ["info", "--scan"])
@@ -74,11 +74,5 @@ class Jobs(FileTest):
                 self.assertRegex(tool.stderr.read().decode(), "frame 1[0-9][0-9] .*: Could not read")
 
     def test_pipes_are_read_by_one(self):
-        with SAMPLE.open("rb") as file, subprocess.Popen(["cat"], stdin=file,
-                                                         stdout=subprocess.PIPE) as cat:
-            self.assertEqual(dcap("dump", "--jobs", "3", "/dev/stdin", stdin=cat.stdout),
-                             dcap("dump", SAMPLE))
-
-
-if __name__ == "__main__":
-    main()
+        with SAMPLE.open("rb") as file, subprocess.Popen(["cat"], stdin=file, stdout=subprocess.PIPE) as cat:
+            self.assertEqual(dcap("dump", "--jobs", "3", "/dev/stdin", stdin=cat.stdout), dcap("dump", SAMPLE))

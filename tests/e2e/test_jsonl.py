@@ -3,13 +3,11 @@ import itertools
 import json
 import re
 import struct
-import sys
 import zlib
 
-from harness import SAMPLE, SOURCE, FileTest, captures, dcap, jsonl, main, write_capture
+import fastjsonschema
 
-sys.path.append("/usr/lib/python3/dist-packages")  # Debian's, if another Python runs this
-import fastjsonschema  # noqa: E402
+from harness import SAMPLE, SOURCE, FileTest, captures, dcap, jsonl, write_capture
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
 
@@ -55,8 +53,7 @@ def is_listed_as(value, token):
         return token == f"s{len(encoded(value))}" + checksum(encoded(value))
     if kind == "S":
         entries = [entry for entry in token[2:-1].split(";") if entry]
-        return len(value) == len(entries) and all(
-            is_listed_as(one, "s" + entry if entry != "-" else "-")
+        return len(value) == len(entries) and all(is_listed_as(one, "s" + entry if entry != "-" else "-")
             for one, entry in zip(value, entries))
     if kind in "av":
         size, count = re.match(r"[av](\d+)x?(\d*)", token).groups()
@@ -167,20 +164,17 @@ class JsonLines(FileTest):
         latin = b"caf\xe9 \xed\xa0\x80"  # the second would be a surrogate
         utf8 = "\u4e2d\U0001f600 \\ \"\0\x1f\x7f".encode()
         path = self.folder / "odd.dcap"
-        write_capture(
-            path,
+        write_capture(path,
             (0x9070, struct.pack("<iiII", 3, 9, 2, 9) + floats),
             (0x9002, struct.pack("<4I", 7, 9, 4, len(latin)) + latin),
             (0x904C, struct.pack("<3I", 1, 4, len(utf8)) + utf8 + struct.pack("<i", -1)),
-            (0x9062, struct.pack("<IiII", 1, 4, 6, 4) +
-             struct.pack("<IQI3s", 4 | 8, 0x55, 3, b"abc") +
+            (0x9062, struct.pack("<IiII", 1, 4, 6, 4) + struct.pack("<IQI3s", 4 | 8, 0x55, 3, b"abc") +
              struct.pack("<7I", 0, 4 | 0x10, 20, 4, 0, 0, 0)),
             (0x900C, struct.pack("<IIIQII", 0x8892, 64, 2 | 8 | 0x10, 2 ** 63, 64, 0x88E4)),
             (0x90A8, struct.pack("<IIIIIQ", 0x8892, 0, 64, 0x1001, 8, 0x7f00)),
             (0x900F, struct.pack("<I", 0x10)),
             (0x9023, struct.pack("<I", 2)),
-            (0x906C, struct.pack("<IIi", 0x9999, 0x813D, 5)),
-        )
+            (0x906C, struct.pack("<IIi", 0x9999, 0x813D, 5)),)
         expected = {
             "glUniform1fv": [0.1, -0.0, 1e-45, 3.4028235e38, 16777216.0, "Infinity", "-Infinity",
                              "NaN", "NaN(0xffc00001)"],
@@ -193,8 +187,7 @@ class JsonLines(FileTest):
             "glMapBufferRange": "GL_MAP_READ_BIT|0x1000",
             "glClear": 0x10,
             "glDepthMask": 2,
-            "glTexParameteri": 0x9999,
-        }
+            "glTexParameteri": 0x9999,}
         parameters = {"glUniform1fv": "value", "glBindAttribLocation": "name",
                       "glGetUniformLocation": "name", "glShaderSource": "string",
                       "glBufferData": "data", "glMapBufferRange": "access", "glClear": "mask",
@@ -225,7 +218,3 @@ class JsonLines(FileTest):
                     for blob in folder.iterdir():
                         data = blob.read_bytes()
                         self.assertEqual(blob.name, f"{zlib.crc32(data):08x}-{len(data)}.bin")
-
-
-if __name__ == "__main__":
-    main()

@@ -3,7 +3,7 @@ import re
 import unittest
 from pathlib import Path
 
-from harness import SOURCE, main
+from harness import SOURCE
 
 HEADERS = [Path("/usr/include", name) for name in
            ("GLES2/gl2.h", "GLES2/gl2ext.h", "GLES3/gl3.h", "GLES3/gl31.h", "GLES3/gl32.h", "EGL/egl.h", "EGL/eglext.h")]
@@ -42,8 +42,7 @@ TYPES = {
     # Pointers to functions, recorded as an address.
     "GLDEBUGPROC": ("u64", "address[]"), "GLDEBUGPROCKHR": ("u64", "address[]"),
     "EGLSetBlobFuncANDROID": ("u64", "address[]"), "EGLGetBlobFuncANDROID": ("u64", "address[]"),
-    "__eglMustCastToProperFunctionPointerType": ("u64", "address[]"),
-}
+    "__eglMustCastToProperFunctionPointerType": ("u64", "address[]"),}
 SIZES = {"u8": "1", "u32": "4", "i32": "4", "f32": "4", "u64": "8", "i64": "8"}
 
 # Rows that differ from the headers, or are not in them, and why.
@@ -63,8 +62,7 @@ NOT_IN_THE_HEADERS = {
         glNumBinsPerSubmitKVRA glBindSharedBufferKVRA glCreateSharedBufferKVRA glDestroySharedBufferKVRA
         glFramebufferFoveationConfigKVRA glFramebufferFoveationParametersKVRA glFramebufferFetchBarrierKVRA
         glTextureFoveationParametersKVRA glShadingRateKVRA glExtrapolateTex2DKVRA eglLockImageKVRA eglUnlockImageKVRA
-        eglQueryImageKVRA eglQueryImage64KVRA eglGetSyncObjFromEglSyncKVRA eglGpuPerfHintKVRA""",
-}
+        eglQueryImageKVRA eglQueryImage64KVRA eglGetSyncObjFromEglSyncKVRA eglGpuPerfHintKVRA""",}
 
 PROTOTYPE = re.compile(r"^(?:GL_APICALL|EGLAPI) ([^;]*?)\s*(?:GL_APIENTRY|EGLAPIENTRY)\s+(\w+)\s*\(([^;]*)\);", re.M)
 ROW = re.compile(r"^0x\w{4}\s+\w+\s+(\w+)\((.*)\)(?: -> (\S+))?(?: manual)?$", re.M)
@@ -140,19 +138,3 @@ class Tables(unittest.TestCase):
         self.assertGreater(sum(map(len, self.headers)), 1000, "the headers are written in another way")
         self.assertEqual(len(ROW.findall(self.rows)), len(re.findall("^0x.*[(]", self.rows, re.M)))
         self.assertEqual(differences(self.rows, self.types, self.headers), [])
-
-    def test_every_kind_of_wrong_row_is_found(self):
-        for right, wrong in (("glBlendColor(red: float, green: float", "glBlendColor(green: float, red: float"),
-                             ("glClearDepthf(d: float)", "glClearDepthf(d: int)"),
-                             ("glDepthRangef(n: float, f: float)", "glDepthRangef(n: float)"),
-                             ("glCreateProgram() -> program", "glCreateProgram()"),
-                             ("timeout: u64", "timeout: uint"), ("buffers: uint[]", "buffers: uint"),
-                             ("glFinish()", "glFinnish()")):
-            self.assertIn(right, self.rows)
-            self.assertNotEqual(differences(self.rows.replace(right, wrong), self.types, self.headers), [], wrong)
-        types = re.sub(r"(?m)^float .*", "float u32 0 number", self.types)
-        self.assertNotEqual(differences(self.rows, types, self.headers), [])
-
-
-if __name__ == "__main__":
-    main()

@@ -1,7 +1,7 @@
 """Small files that ask for much: a clear message, soon, and few lines of log."""
 import struct
 
-from harness import FileTest, main, run, write_capture
+from harness import FileTest, run, write_capture
 
 MILLION = 1_000_000
 ASKS_TOO_MUCH = "A recorded size asks for more memory than there is to be had."
@@ -58,7 +58,3 @@ class Limits(FileTest):
             with self.subTest(size):
                 self.check("dump", status=status, message="" if status == 0 else CANNOT_DECOMPRESS,
                            lines=2 + (status == 0))
-
-
-if __name__ == "__main__":
-    main()

@@ -7,7 +7,7 @@ import tempfile
 import time
 import unittest
 
-from harness import SAMPLE, TOOL, commands, dcap, main, run
+from harness import SAMPLE, TOOL, commands, dcap, run
 
 
 def read_terminal(leader):
@@ -83,8 +83,7 @@ class Manners(unittest.TestCase):
             with self.subTest(arguments):
                 reader, writer = os.pipe()
                 os.close(reader)
-                done = subprocess.run([TOOL, *arguments, SAMPLE], stdout=writer,
-                                      stderr=subprocess.PIPE, check=False)
+                done = subprocess.run([TOOL, *arguments, SAMPLE], stdout=writer, stderr=subprocess.PIPE, check=False)
                 os.close(writer)
                 self.assertEqual((done.returncode, done.stderr), (0, b""))
 
@@ -114,13 +113,8 @@ class Manners(unittest.TestCase):
 
     def test_output_that_cannot_be_written_is_an_error(self):
         with open("/dev/full", "wb") as full:
-            done = subprocess.run([TOOL, "dump", SAMPLE], stdout=full, stderr=subprocess.PIPE,
-                                  check=False)
+            done = subprocess.run([TOOL, "dump", SAMPLE], stdout=full, stderr=subprocess.PIPE, check=False)
         self.assertEqual((done.returncode, done.stderr),
                          (1, b"dcap: standard output: No space left on device\n"))
         error = run("dump", "--blobs", "/dev/null/folder", SAMPLE, status=1).stderr
         self.assertEqual(error, b"dcap: /dev/null/folder: Not a directory\n")
-
-
-if __name__ == "__main__":
-    main()

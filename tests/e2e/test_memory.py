@@ -5,7 +5,7 @@ import subprocess
 import sys
 import unittest
 
-from harness import CAPTURES, TOOL, FileTest, main, repeat_frames, write_capture
+from harness import CAPTURES, TOOL, FileTest, repeat_frames, write_capture
 
 MIB = 1 << 20
 FORMATS = ("text", "jsonl", "canonical")
@@ -26,8 +26,7 @@ print(status, resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)
 
 def peak(*arguments):
     """The most memory, in bytes, that the tool uses to write to /dev/null."""
-    done = subprocess.run([sys.executable, "-ISc", METER, TOOL, *map(str, arguments)], check=True,
-                          capture_output=True)
+    done = subprocess.run([sys.executable, "-ISc", METER, TOOL, *map(str, arguments)], check=True, capture_output=True)
     status, kib = map(int, done.stdout.split())
     if status:
         raise AssertionError(f"{arguments}: {done.stderr.decode()}")
@@ -82,7 +81,3 @@ class Memory(FileTest):
         write_capture(self.file, (0x900C, call))
         repeat_frames(self.file, self.out, 6)
         self.check("dump", "--jobs", "2", largest=size, file=self.out)
-
-
-if __name__ == "__main__":
-    main()

@@ -7,7 +7,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from harness import SAMPLE, SOURCE, TOOL, commands, dcap, main
+from harness import SAMPLE, SOURCE, TOOL, commands, dcap
 
 PACKAGING = SOURCE / "packaging"
 PAGES = sorted((PACKAGING / "man").glob("*.1"))
@@ -38,8 +38,7 @@ class Reference(unittest.TestCase):
             for kind in ("man", "completions"):
                 made = sorted(os.listdir(os.path.join(folder, kind)))
                 self.assertEqual(made, sorted(os.listdir(PACKAGING / kind)))
-                _, differ, _ = filecmp.cmpfiles(os.path.join(folder, kind), PACKAGING / kind, made,
-                                                shallow=False)
+                _, differ, _ = filecmp.cmpfiles(os.path.join(folder, kind), PACKAGING / kind, made, shallow=False)
                 self.assertEqual(differ, [], "make generate writes them")
 
     def test_every_command_and_option_is_in_the_document(self):
@@ -107,7 +106,3 @@ class Reference(unittest.TestCase):
             autoload -Uz compinit && compinit -u -D && print $_comps[dcap]"""
         done = subprocess.run(["zsh", "-fc", script], check=True, capture_output=True, text=True)
         self.assertEqual((done.stdout, done.stderr), ("_dcap\n", ""))
-
-
-if __name__ == "__main__":
-    main()

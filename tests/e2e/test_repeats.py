@@ -2,7 +2,7 @@
 import random
 import re
 
-from harness import SAMPLE, FileTest, captures, dcap, main, run, write_frames
+from harness import SAMPLE, FileTest, captures, dcap, run, write_frames
 
 FORMATS = ("text", "jsonl")
 MOST_FRAMES = 60
@@ -25,8 +25,7 @@ class Repeats(FileTest):
             whole = run(*command, f"1-{frames}")
             alone = [run(*command, str(frame)) for frame in range(1, frames + 1)]
             lines = [part.stdout.splitlines() for part in alone]
-            self.assertEqual(whole.stdout.splitlines(),
-                             lines[0][:1] + [line for part in lines for line in part[1:]])
+            self.assertEqual(whole.stdout.splitlines(), lines[0][:1] + [line for part in lines for line in part[1:]])
             self.assertEqual(logged(whole), sum(logged(part) for part in alone))
 
     def test_of_captures(self):
@@ -44,7 +43,3 @@ class Repeats(FileTest):
         pool += [(call, bytes(8)) for call in calls]
         write_frames(self.file, [draw.choices(pool, k=2000) for _ in range(8)])
         self.compare(self.file, 8)
-
-
-if __name__ == "__main__":
-    main()

@@ -5,7 +5,7 @@ import tempfile
 import unittest
 from pathlib import Path
 
-from harness import SAMPLE, TOOL, dcap, events, main
+from harness import SAMPLE, TOOL, dcap, events
 
 
 class Sample(unittest.TestCase):
@@ -24,11 +24,9 @@ class Sample(unittest.TestCase):
                 "4101 glBindAttribLocation(program=1, index=0, name=\"position\")",
                 "4101 glClearColor(red=0.1, green=0.2, blue=0.3, alpha=1)",
                 "4101 glClear(mask=GL_DEPTH_BUFFER_BIT|GL_COLOR_BUFFER_BIT)",
-                "4102 glTexParameteri(target=GL_TEXTURE_2D, pname=GL_TEXTURE_MIN_FILTER, "
-                "param=GL_LINEAR)",
+                "4102 glTexParameteri(target=GL_TEXTURE_2D, pname=GL_TEXTURE_MIN_FILTER, " "param=GL_LINEAR)",
                 "4102 glTexImage2D(target=GL_TEXTURE_2D, level=0, internalformat=GL_RGBA, width=64, "
-                "height=64, border=0, format=GL_RGBA, type=GL_UNSIGNED_BYTE, "
-                "pixels=<16384 bytes, crc32 157e503b>)",
+                "height=64, border=0, format=GL_RGBA, type=GL_UNSIGNED_BYTE, " "pixels=<16384 bytes, crc32 157e503b>)",
                 "4102 glFenceSync(condition=GL_SYNC_GPU_COMMANDS_COMPLETE, flags=0x0000) = 1",
                 "4101 glWaitSync(sync=1, flags=0x0000, timeout=18446744073709551615)",
                 "4101 VertexAttribPointerData(index=0, size=2, type=GL_FLOAT, normalized=GL_FALSE, "
@@ -38,7 +36,3 @@ class Sample(unittest.TestCase):
             self.assertIn(line, lines)
         draw = lines.index("4101 glDrawArrays(mode=GL_TRIANGLES, first=0, count=3)")
         self.assertTrue(lines[draw - 1].startswith("4101 VertexAttribPointerData("))
-
-
-if __name__ == "__main__":
-    main()

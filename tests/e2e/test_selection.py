@@ -2,7 +2,7 @@
 import fnmatch
 import re
 
-from harness import CAPTURES, SAMPLE, SOURCE, FileTest, captures, dcap, frames, main, run, write_capture
+from harness import CAPTURES, SAMPLE, SOURCE, FileTest, captures, dcap, frames, run, write_capture
 
 CLIENT_DATA = ("VertexAttrib", "FlushMapped", "UnmapBufferData")
 
@@ -54,8 +54,7 @@ class Selections(FileTest):
 
     def test_set_up_calls_are_frame_0_and_there_unless_left_out(self):
         path = CAPTURES / "features-setup-block.dcap"
-        whole, setUp, rest = (listed(path, *options) for options in
-                                ((), ("--frames", "0"), ("--frames", "1-")))
+        whole, setUp, rest = (listed(path, *options) for options in ((), ("--frames", "0"), ("--frames", "1-")))
         self.assertIn("# set-up block 0, 1047 bytes", setUp)
         self.assertEqual(setUp + rest[1:], whole)
 
@@ -82,8 +81,7 @@ class Selections(FileTest):
         def named(*globs):
             return lambda _, __, name: any(fnmatch.fnmatchcase(name, glob) for glob in globs)
         self.check(["--calls", "glDraw*,eglSwapBuffers"], named("glDraw*", "eglSwapBuffers"))
-        self.check(["--calls", "!glGet?rror,gl*"],
-                   lambda _, __, name: name.startswith("gl") and name != "glGetError")
+        self.check(["--calls", "!glGet?rror,gl*"], lambda _, __, name: name.startswith("gl") and name != "glGetError")
         self.check(["--calls", "!gl*"], lambda _, __, name: not name.startswith("gl"))
         self.check(["--calls", "meta.*"], named("meta.*"))
 
@@ -103,19 +101,17 @@ class Selections(FileTest):
         for name, path in {**captures(), "sample": SAMPLE}.items():
             with self.subTest(name):
                 parts = [line for one in classes for line in bare(listed(path, "--class", one))]
-                self.assertEqual(sorted(parts),
-                                 sorted(bare(listed(path, "--calls", "!meta.*"))))
+                self.assertEqual(sorted(parts), sorted(bare(listed(path, "--calls", "!meta.*"))))
 
     def test_mistakes_are_quoted(self):
         for option, value, quoted in (
                 ("--frames", "1,,2", "'1,,2' has an empty part"),
+                ("--frames", "1,20-10", "'20-10' ends before it begins"),
+                ("--frames", "1-2-3", "'1-2-3' is neither"),
+                ("--frames", "7,4294967296", "'4294967296' is beyond 4294967295"),
                 ("--threads", "main", "'main' is neither"),
                 ("--calls", "glDraw*,glDrawArray", "'glDrawArray' matches no call"),
                 ("--class", "draw,drow", "'drow' is no class")):
             with self.subTest(value):
                 error = run("dump", SAMPLE, option, value, status=2).stderr.decode()
                 self.assertIn(f"{option}: {quoted}", error)
-
-
-if __name__ == "__main__":
-    main()

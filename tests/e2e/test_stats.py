@@ -6,7 +6,7 @@ import json
 import re
 import unittest
 
-from harness import SAMPLE, captures, dcap, jsonl, main
+from harness import SAMPLE, captures, dcap, jsonl
 
 INPUTS = {**captures(finished=False), "sample": SAMPLE}
 KINDS = (("buffer", r"glBuffer(Sub)?Data"), ("texture", r"gl(Compressed)?Tex(Sub)?Image[23]D"),
@@ -60,8 +60,7 @@ class Statistics(unittest.TestCase):
                     expected = count(jsonl(path, *options))
                     self.assertEqual(len(made), len(expected))
                     for one, other in zip(made, expected):
-                        other["uploadedBytes"] = {
-                            kind: other["uploadedBytes"][kind] for kind in one["uploadedBytes"]}
+                        other["uploadedBytes"] = {kind: other["uploadedBytes"][kind] for kind in one["uploadedBytes"]}
                         self.assertEqual({key: one[key] for key in other}, other)
                         self.assertEqual(one.get("setup", False), one["frame"] == 0)
 
@@ -116,7 +115,3 @@ class Statistics(unittest.TestCase):
                 most = max((f for f in made["frames"] if f["frame"]), key=lambda f: f["calls"])
                 self.assertRegex(dcap("stats", path).decode(),
                                  rf"  calls +\d+ +[\d.]+ +{most['calls']}  \(frame {most['frame']}\)")
-
-
-if __name__ == "__main__":
-    main()

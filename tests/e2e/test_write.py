@@ -1,7 +1,7 @@
 """Commands that write captures: repack, trim and cat."""
 import os
 
-from harness import CAPTURES, SAMPLE, FileTest, captures, dcap, events, main, run, run_with_full_disk
+from harness import CAPTURES, SAMPLE, FileTest, captures, dcap, events, run, run_with_full_disk
 
 FILES = {**captures(), "sample": SAMPLE}
 
@@ -107,8 +107,7 @@ class Write(FileTest):
         for place in (44, 38 + first_size - 4):  # a sub-block's size, a block's trailer
             damaged.write_bytes(whole[:place] + b"\xff\xff\xff\xff" + whole[place + 4:])
             failed = run("repack", "--compression", "none", damaged, "-o", self.out, status=1)
-            self.assertRegex(failed.stderr.decode(),
-                             rf"^dcap: {damaged}: offset \d+: .*DCAP file processing failed: ")
+            self.assertRegex(failed.stderr.decode(), rf"^dcap: {damaged}: offset \d+: .*DCAP file processing failed: ")
         run("repack", self.folder / "none.dcap", "-o", self.out, status=1)
         self.assertEqual(self.out.read_bytes(), b"old")
         self.assertEqual(sorted(os.listdir(self.folder)), ["damaged.dcap", "out.dcap"])
@@ -116,7 +115,3 @@ class Write(FileTest):
                          f"dcap: Cannot write {self.out}: File too large\n")
         self.assertEqual(self.out.read_bytes(), b"old")
         self.assertEqual(sorted(os.listdir(self.folder)), ["damaged.dcap", "out.dcap"])
-
-
-if __name__ == "__main__":
-    main()

@@ -1,12 +1,3 @@
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
 #include "Data/DCAPFileProcessor.h"
@@ -15,8 +6,8 @@
 #include "inspect/walk/BlockRanges.h"
 #include "inspect/walk/WalkRange.h"
 #include "support/CaptureBuilder.h"
-#include "support/LogCollector.h"
 #include "support/RandomCapture.h"
+#include "support/Test.h"
 
 namespace Inspect {
 
@@ -27,8 +18,6 @@ bool operator==(const BlockRange& a, const BlockRange& b) {
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Bytes = std::vector<uint8_t>;
 
 constexpr uint64_t kStart = sizeof(Data::FileHeader);
@@ -97,8 +86,9 @@ TEST(BlockRangesTest, RangesAreWalkedAsTheWholeIs) {
     Selection selection;
     const char* frames[] = {"0-", "0,2-3,5-", "0-1,3", "2"};
     selection.frames = Ranges(frames[seed % 4]);
-    EXPECT_EQ(Walk(capture, selection, RangesOf(capture, selection.frames, 1000 * (seed % 5))),
-              Walk(capture, selection, {BlockRange::All()}));
+    EXPECT_EQ(
+        Walk(capture, selection, RangesOf(capture, selection.frames, uint64_t{1000} * (seed % 5))),
+        Walk(capture, selection, {BlockRange::All()}));
   }
 }
 

@@ -1,24 +1,15 @@
 // Calls on their way through decoders and adapters, and the table that describes them.
-#include <new>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/Calls/CallTable.h"
 #include "Data/EGLDecoder.h"
 #include "Data/GLDecoder.h"
 #include "Data/PointerData.h"
 
 #include "support/Listing.h"
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
 
 class CallDecodingTest : public testing::Test {
  protected:
@@ -141,20 +132,6 @@ TEST_F(CallDecodingTest, AdaptersHearEveryCallInTheOrderTheyWereAdded) {
   EXPECT_THAT(second.Take(), ElementsAre("glFinish", "glFinish", "GL thread 5"));
   egl_.RemoveAdapter(listing_.AsEGLAdapter());
   EXPECT_TRUE(Decode(ApiCallType::eglGetError, Bytes()).empty());
-}
-
-TEST(CallTable, FindsCallsByIdentifierAndByName) {
-  EXPECT_STREQ(FindCall(ApiCallType{0x9003})->name, "glBindBuffer");
-  EXPECT_EQ(FindCall("glExtrapolateTex2DKVRA")->id, ApiCallType{0x9212});
-  EXPECT_EQ(FindCall("eglCreateImageKHRv1")->id, ApiCallType{0x8022});
-  for (const int none : {0x913C, 0x7FFF, 0xFFFF}) {
-    EXPECT_EQ(FindCall(static_cast<ApiCallType>(none)), nullptr);
-  }
-  EXPECT_EQ(FindCall("glNoSuchCall"), nullptr);
-  EXPECT_EQ(EveryCall().size(), 554u);
-  for (const CallDesc& call : EveryCall()) {
-    EXPECT_EQ(FindCall(call.id)->name, call.name);
-  }
 }
 
 TEST(CallTable, NamesOfATypeComeBeforeThoseOfItsApi) {

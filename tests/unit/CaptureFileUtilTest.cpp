@@ -1,34 +1,13 @@
-#include <cerrno>
-#include <chrono>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <map>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Data/CaptureFileUtil.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/Failure.h"
-#include "support/LogCollector.h"
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
 namespace {
 
 using Data::CaptureFileUtil;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Pair;
-using testing::StartsWith;
 
 constexpr char kSeekFailed[] = "File seek failed.  Could not determine if file is finalized.";
 

@@ -1,15 +1,3 @@
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-#include <memory>
-#include <span>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "Core/Exceptions.h"
 #include "Core/MemoryReader.h"
 #include "Data/Capture/CaptureRecovery.h"
@@ -17,11 +5,10 @@
 #include "Data/CaptureFileUtil.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/Failure.h"
-#include "support/LogCollector.h"
 #include "support/MemoryWriter.h"
 #include "support/RecordingConsumer.h"
 #include "support/SparseReader.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -164,6 +151,7 @@ void ExpectAllThatIsWhole(const Whole& whole, size_t size, bool unfinished) {
                                           whole.lines.begin() + (count - whole.ends.begin()));
   const auto reader = Recover(cut);
   ASSERT_EQ(List(reader), expected);
+  ASSERT_EQ(reader->Recovery().IsComplete() && !reader->Recovery().IsCut(), cut == whole.bytes);
   reader->Seek(0, 0);
   const Bytes finished = Finish(cut);
   ASSERT_TRUE(finished == ReadAll(*reader));
@@ -179,28 +167,6 @@ TEST(CaptureRecoveryTest, WhateverIsWholeComesOutWhereverTheCaptureIsCut) {
       ExpectAllThatIsWhole(whole, size, true);
     }
   }
-}
-
-TEST(CaptureRecoveryTest, AFinishedCaptureIsLeftAsItIs) {
-  for (const uint32_t mask : {kThreads, kNoTrailers}) {
-    const Bytes whole = Mixture(mask);
-    const CaptureRecovery recovery = Examine(whole);
-    EXPECT_TRUE(recovery.IsComplete());
-    EXPECT_FALSE(recovery.IsCut());
-    EXPECT_EQ(ReadAll(*Recover(whole)), whole);
-    Bytes finished = whole;
-    EXPECT_TRUE(TryToFinish(&finished, 0)) << "something was written";
-  }
-}
-
-TEST(CaptureRecoveryTest, TheUnfinishedBlockNeedNotBeAFrame) {
-  CaptureBuilder setUp;
-  EXPECT_EQ(Finish(setUp.Type2Block(1).Call(1, "a").Unfinished().Finish()),
-            CaptureBuilder().Type2Block(1).Call(1, "a").Finish());
-  CaptureBuilder unknown;
-  unknown.FrameBlock(1).OtherBlock(9, "body");
-  EXPECT_EQ(Finish(Unfinish(unknown.Finish())), CaptureBuilder().FrameBlock(1).Finish());
-  EXPECT_EQ(Finish(CaptureBuilder().Unfinished().Finish()), CaptureBuilder().Finish());
 }
 
 TEST(CaptureRecoveryTest, WhatIsNoCaptureIsRefused) {

@@ -1,15 +1,9 @@
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "Core/Exceptions.h"
 
 #include "inspect/walk/Capture.h"
 #include "support/CaptureBuilder.h"
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
 namespace {
 

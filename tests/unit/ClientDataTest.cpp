@@ -1,26 +1,14 @@
 // Client memory: vertex arrays of draw calls and mapped buffer ranges.
-#include <chrono>
-#include <new>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/GLDecoder.h"
 #include "Data/Limits.h"
 
 #include "support/AllocationMeter.h"
 #include "support/Listing.h"
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
 
 constexpr uint32_t kPointer = 0x908C;
 constexpr uint32_t kIPointer = 0x90B5;
@@ -134,13 +122,11 @@ TEST_F(ClientDataTest, BuffersLeftByAThrowingAdapterOrAFailedAllocationGoWithThe
 }
 
 TEST_F(ClientDataTest, ManyRecordsTakeTimeInProportion) {
-  constexpr uint32_t kCount = 400'000;  // a quadratic list would need minutes
+  constexpr uint32_t kCount = 400'000;  // a quadratic list would not come to its end here
   Bytes payload = Draw(kCount);
   for (uint32_t i = 0; i < kCount; ++i) payload.Append(A(i));
   decoder_.RemoveAdapter(listing_.AsGLAdapter());
-  const auto start = std::chrono::steady_clock::now();
   Decode(payload);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(ClientDataTest, FlushedBytesComeBeforeTheFlushWithZerosForWhatIsMissing) {

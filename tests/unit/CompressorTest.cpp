@@ -1,19 +1,9 @@
-#include <algorithm>
-#include <climits>
-#include <memory>
-#include <optional>
-#include <ostream>
-#include <random>
-#include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
-
-#include <gtest/gtest.h>
 #include <lz4frame.h>
 
 #include "Util/LZ4Compressor.h"
 #include "Util/LZ77Compressor.h"
+
+#include "support/Test.h"
 
 namespace {
 
@@ -186,6 +176,11 @@ TEST_P(CompressorTest, InputsTooLargeForItHaveNoBound) {
   unsigned char byte = 0;
   unsigned int size = 1;
   EXPECT_FALSE(compressor_->Compress(&byte, 0x7E000001, &byte, &size));
+  if (!GetParam().name.starts_with("LZ4")) return;  // whose library counts in `int`
+  EXPECT_FALSE(compressor_->Decompress(&byte, INT_MAX + 1u, &byte, &size));
+  size = INT_MAX + 1u;
+  EXPECT_FALSE(compressor_->Decompress(&byte, 1, &byte, &size));
+  EXPECT_FALSE(compressor_->Compress(&byte, 1, &byte, &size));
 }
 
 // Makes LZ4 frames with the reference library.
@@ -233,16 +228,6 @@ TEST_F(LZ4FrameTest, AFrameThatIsCutContinuedDamagedOrTooLargeIsRefusedAndTheNex
   const Bytes large = Frame(Bytes(200'000, 'x'), false, true);
   EXPECT_EQ(Decompress(compressor_, large, 200'000 - 1), std::nullopt);
   EXPECT_EQ(Decompress(compressor_, large, 0), std::nullopt);
-}
-
-TEST_F(LZ4FrameTest, SizesAboveIntMaxFail) {
-  unsigned char byte = 0;
-  unsigned int size = 1;
-  EXPECT_FALSE(compressor_.Decompress(&byte, INT_MAX + 1u, &byte, &size));
-  size = INT_MAX + 1u;
-  EXPECT_FALSE(compressor_.Decompress(&byte, 1, &byte, &size));
-  size = INT_MAX + 1u;
-  EXPECT_FALSE(compressor_.Compress(&byte, 1, &byte, &size));
 }
 
 class LZ77Test : public testing::Test {

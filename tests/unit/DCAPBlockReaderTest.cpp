@@ -1,12 +1,4 @@
 // The reader that shows everything: on captures of every make, and on damaged ones.
-#include <memory>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Data/Capture/DCAPBlockReader.h"
 #include "Data/DCAPFileProcessor.h"
@@ -14,15 +6,11 @@
 #include "support/AllocationMeter.h"
 #include "support/CaptureBuilder.h"
 #include "support/CopyCapture.h"
-#include "support/Failure.h"
 #include "support/RandomCapture.h"
-#include "support/SparseReader.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::shared_ptr<Core::DataReader> ReaderOf(const std::vector<uint8_t>& bytes) {
   return std::make_shared<Core::MemoryReader>(std::vector(bytes));
@@ -125,25 +113,6 @@ TEST(DCAPBlockReaderTest, DescriptionsTellDecompressedSizes) {
   }
   ASSERT_TRUE(reader.NextSubBlockDesc(&subBlock));
   EXPECT_THROW(static_cast<void>(reader.InflatedSize(subBlock)), Core::BasicException);
-}
-
-TEST(DCAPBlockReaderTest, DescriptionsDoNotReadPayloads) {
-  CaptureBuilder capture;
-  capture.FrameBlock(1);
-  for (uint16_t i = 0; i < 20; ++i) capture.Call(i, std::string(1000000, 'x'));
-  capture.Call(20, "small").FrameBlock(2).EndBlock();
-  const auto source = std::make_shared<SparseReader>(capture.Size());
-  source->Lay(0, capture.Finish());
-  DCAPBlockReader reader(source);
-  StoredSubBlock subBlock{};
-  reader.NextBlock();
-  for (uint16_t i = 0; i <= 20; ++i) {
-    ASSERT_TRUE(reader.NextSubBlockDesc(&subBlock));
-    EXPECT_EQ(DCAPBlockReader::CallId(subBlock), static_cast<ApiCallType>(i));
-  }
-  EXPECT_FALSE(reader.NextSubBlockDesc(&subBlock));
-  EXPECT_TRUE(reader.NextBlock());
-  EXPECT_LT(source->bytesRead, 500000u);
 }
 
 TEST(DCAPBlockReaderTest, DecompressesCallsAsProcessorsDo) {

@@ -1,23 +1,11 @@
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Data/DCAPDecodeConsumer.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/LogCollector.h"
 #include "support/RecordingConsumer.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 using Journal = std::vector<std::string>;
 

@@ -2,22 +2,12 @@
 #ifndef DCAPKIT_TESTS_DCAPFILEPROCESSORTEST_H
 #define DCAPKIT_TESTS_DCAPFILEPROCESSORTEST_H
 
-#include <cstdint>
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Data/DCAPFileProcessor.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/Failure.h"
-#include "support/LogCollector.h"
 #include "support/RecordingConsumer.h"
+#include "support/Test.h"
 
 inline constexpr uint32_t kThreads = Data::kOptionThreadIds;
 inline constexpr uint32_t kLZ4 = Data::kCompressionLZ4 << Data::kOptionCompressionShift;

@@ -1,24 +1,13 @@
 // The writer against captures laid down byte by byte, and against streams that fail.
-#include <memory>
-#include <string>
-#include <utility>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/Capture/DCAPFileWriter.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/Failure.h"
 #include "support/MemoryWriter.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
-using testing::Pair;
 
 constexpr auto kBind = static_cast<ApiCallType>(0x9003);
 
@@ -64,20 +53,6 @@ TEST(DCAPFileWriterTest, WritesEveryKindOfBlockAndSubBlock) {
                    writer.BeginFrame(11);
                  }),
             expected.Finish());
-}
-
-TEST(DCAPFileWriterTest, LeavesOutThreadIdsAndTrailersWhenAskedTo) {
-  DCAPWriterOptions options;
-  options.optionMask = kOptionNoTrailers;
-  const auto made = Made(options, [](DCAPFileWriter& writer) {
-    writer.BeginFrame(0x01020304);
-    writer.WriteFunctionCall(99, kBind, Bytes().U8(0xAA).Data(), 1);
-  });
-  EXPECT_THAT(made, ElementsAre('D', 'C', 'A', 'P', 0, 0, 0, 1, 0, 1, 0, 0,  // version, options
-                                0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0,          // reserved, frames
-                                51, 0, 0, 0, 0, 0, 0, 0,                     // file size
-                                1, 0, 13, 0, 0, 0, 4, 3, 2, 1,               // frame 0x01020304
-                                3, 0, 3, 0, 0, 0, 0x03, 0x90, 0xAA));        // glBindBuffer
 }
 
 TEST(DCAPFileWriterTest, CompressesWhatShrinks) {

@@ -1,16 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/Decoder.h"
 
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr char kCut[] =
     "1/3 src/Data/Decoder:62 DCAP API call block parameter decoding error: block is too small to "

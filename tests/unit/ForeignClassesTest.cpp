@@ -1,16 +1,4 @@
 // Classes that users bring along: compiled otherwise than the library, or not keeping promises.
-#include <algorithm>
-#include <array>
-#include <cstring>
-#include <deque>
-#include <functional>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 
 #include "Core/Exceptions.h"
@@ -25,17 +13,12 @@
 #include "Data/GLDecoder.h"
 
 #include "support/CaptureBuilder.h"
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
-#include "support/PlainClasses.h"
 #include "support/RecordingConsumer.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::Contains;
-using testing::ElementsAre;
-using testing::Not;
 
 constexpr auto kFlush = static_cast<uint16_t>(ApiCallType::glFlush);
 constexpr auto kSwap = static_cast<uint16_t>(ApiCallType::eglSwapBuffers);
@@ -48,37 +31,6 @@ CaptureBuilder Flushes(uint32_t frames) {
     capture.Metadata(2, 1, Bytes().U32(2).Text("hi"));
   }
   return capture;
-}
-
-TEST(ForeignClassesTest, ClassesWithoutTypeInformationServe) {
-  Notes notes;
-  const std::vector<uint8_t> capture = Flushes(1).ClaimFrameCount(0).ClaimFileSize(0).Finish();
-  const PlainClasses plain(capture, &notes);
-  Core::Log::Sink* previous = Core::Log::SetSink(plain.sink.get());
-  EGLDecoder eglDecoder;
-  eglDecoder.AddAdapter(plain.eglAdapter.get());
-  GLDecoder glDecoder;
-  glDecoder.AddAdapter(plain.glAdapter.get());
-  DCAPDecodeConsumer consumer;
-  consumer.AddBlockEventHandler(plain.blockEventHandler.get());
-  consumer.AddMetaHandler(plain.metaHandler.get());
-  consumer.AddDecoder(plain.decoder.get());
-  consumer.AddDecoder(&eglDecoder);
-  consumer.AddDecoder(&glDecoder);
-  Walk(plain.reader, &consumer);
-  EXPECT_THAT(notes, ElementsAre("block event handler", "decoder", "GL adapter", "decoder",
-                                 "EGL adapter", "meta handler"));
-
-  notes.clear();
-  plain.reader->Seek(0, 0);
-  Walk(plain.reader, plain.consumer.get());
-  EXPECT_THAT(notes, ElementsAre("consumer", "consumer"));
-  CaptureFileUtil::FinalizeFile(plain.writer, capture.size(), 1, 32, false);
-  EXPECT_THAT(notes, Contains("writer"));
-  EXPECT_TRUE(plain.compressor->Decompress(nullptr, 0, nullptr, nullptr));
-  glDecoder.ProcessFunctionCall(static_cast<ApiCallType>(1), nullptr, 0);
-  EXPECT_THAT(notes, Contains("sink"));
-  Core::Log::SetSink(previous);
 }
 
 // Memory that ends where it must not be read any further, on both sides.
@@ -293,6 +245,8 @@ TEST(ForeignClassesTest, AfterAnExceptionNothingOfTheBlockIsLeft) {
   EXPECT_THROW(processor.ProcessNextBlock(), Core::BasicException);
   EXPECT_EQ(processor.Position(), position);
 }
+
+using Notes = std::vector<std::string>;
 
 // An adapter that does something at its first flush.
 class Busy : public GLAdapter {

@@ -1,21 +1,10 @@
-#include <cstdint>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <random>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/StdioReader.h"
 #include "Data/Capture/DCAPBlockReader.h"
 
 #include "inspect/walk/HeaderReader.h"
 #include "support/CaptureBuilder.h"
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -55,25 +44,6 @@ TEST_F(HeaderReaderTest, ReadsAnyBytesAsTheyLieInTheFile) {
   }
 }
 
-TEST_F(HeaderReaderTest, SeeksToAnyPlaceButBeforeTheStart) {
-  Write("0123456789");
-  HeaderReader reader(path_, 1);
-  EXPECT_EQ(reader.Seek(SEEK_END, -4), 0);
-  EXPECT_EQ(reader.Seek(SEEK_CUR, 1), 0);
-  EXPECT_EQ(reader.Seek(SEEK_CUR, -8), -1);
-  EXPECT_EQ(reader.Tell(), 7u);
-  EXPECT_EQ(reader.Seek(SEEK_SET, 1000), 0);
-  char byte = 0;
-  EXPECT_EQ(reader.Read(&byte, 1), 0u);
-}
-
-TEST_F(HeaderReaderTest, AFileThatIsNotThereIsInvalid) {
-  HeaderReader reader(path_, 4);
-  char byte = 0;
-  EXPECT_FALSE(reader.IsValid());
-  EXPECT_EQ(reader.Read(&byte, 1), 0u);
-}
-
 // The payloads of the first half are full of block ends, each before a block header with a size
 // that leads astray.
 TEST_F(HeaderReaderTest, ThreadsThatReadAheadAreNotLedAstrayByPayloads) {
@@ -85,7 +55,7 @@ TEST_F(HeaderReaderTest, ThreadsThatReadAheadAreNotLedAstrayByPayloads) {
   }
   CaptureBuilder capture;
   for (uint32_t frame = 1; capture.Size() < 6'500'000; ++frame) {
-    capture.FrameBlock(frame).Call(0x9001, std::string_view(liars).substr(frame % 18));
+    capture.FrameBlock(frame).Call(0x9001, liars.substr(frame % 18));
   }
   for (uint32_t frame = 1000; capture.Size() < 13'000'000; ++frame) {
     capture.FrameBlock(frame).Call(0x9001, std::string(frame, 'x'));
@@ -95,17 +65,6 @@ TEST_F(HeaderReaderTest, ThreadsThatReadAheadAreNotLedAstrayByPayloads) {
   const auto reader = std::make_shared<HeaderReader>(path_, 3);
   EXPECT_EQ(Blocks(reader), expected);
   EXPECT_EQ(Blocks(reader), expected);  // and again, from the headers that were kept
-}
-
-TEST_F(HeaderReaderTest, AFileThatShrinksHasNoBytesBehindItsNewEnd) {
-  Write(std::string(300'000, 'x'));
-  HeaderReader reader(path_, 1);
-  char bytes[10];
-  EXPECT_EQ(reader.Read(bytes, sizeof(bytes)), 10u);
-  std::filesystem::resize_file(path_, 200'005);
-  reader.Seek(SEEK_SET, 200'000);
-  EXPECT_EQ(reader.Read(bytes, sizeof(bytes)), 5u);
-  EXPECT_TRUE(reader.AtEof());
 }
 
 }  // namespace

@@ -1,21 +1,12 @@
-#include <new>
-#include <stdexcept>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/Limits.h"
 #include "Data/MetaDecoder.h"
 
 #include "support/Listing.h"
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr char kCutValue[] =
     "1/3 src/Data/MetaDecoder:213 DCAP metadata decoding error: block is too small to contain all "
@@ -51,13 +42,6 @@ class MetaDecoderTest : public testing::Test {
   MetaDecoder decoder_;
   LogCollector log_;
 };
-
-TEST_F(MetaDecoderTest, TextAndRawPayloadsArePassedOnWhole) {
-  EXPECT_THAT(Decode(1, 1, Bytes().Text("one")), ElementsAre("ProcessTextMetadata1 one"));
-  EXPECT_THAT(Decode(1, 2, Bytes().Text("two")), ElementsAre("ProcessTextMetadata2 two"));
-  EXPECT_THAT(Decode(1, 3, Bytes().Text("three")), ElementsAre("ProcessTextMetadata3 three"));
-  EXPECT_THAT(Decode(4, 77, Bytes().Text("raw")), ElementsAre("ProcessRawMetadata 77 raw"));
-}
 
 TEST_F(MetaDecoderTest, UnknownKindsAreLoggedWithSubtypeOrType) {
   EXPECT_THAT(Decode(1, 4, Bytes().U32(0)), IsEmpty());
@@ -101,43 +85,6 @@ TEST_F(MetaDecoderTest, AnEmptyMessageThrowsOnlyWhenSomebodyListens) {
 
 // ---- Records. The independent reader (tests/e2e) holds every kind, whole and cut, against its
 // own.
-
-TEST_F(MetaDecoderTest, AMultisampleTextureReceivesItsLength) {
-  const Bytes payload = Bytes().U32s({1, 2, 3, 4, 5, 6, 7, 8}).I32(-9).U32(3).Text("abcd");
-  EXPECT_THAT(Command(8, payload), ElementsAre("MultiSampleTexture 1 2 3 4 5 6 7 8 -9 3 abc"));
-  EXPECT_THAT(Command(8, Bytes(payload).Cut(2)),
-              ElementsAre("MultiSampleTexture 1 2 3 4 5 6 7 8 -9 3 -"));
-  EXPECT_THAT(Command(8, Bytes(payload).Cut(8)), IsEmpty());
-  EXPECT_THAT(log_.Lines(), ElementsAre(kCutArray));
-}
-
-TEST_F(MetaDecoderTest, UniformsAndAttributesAreReadEntryByEntry) {
-  const Bytes payload = Bytes().U32s({7, 2, 1, 2, 3, 4, 0}).U32s({5, 6, 7, 8, 4}).Text("name");
-  EXPECT_THAT(State(3, payload),
-              ElementsAre("GLUniformsStateDesc 7 2 { 1 2 3 4 - }{ 5 6 7 8 name }"));
-  EXPECT_THAT(State(5, payload),
-              ElementsAre("GLAttributesStateDesc 7 2 { 1 2 3 4 - }{ 5 6 7 8 name }"));
-  EXPECT_THAT(State(3, Bytes()), ElementsAre("GLUniformsStateDesc 4294967295 0 "));
-  EXPECT_THAT(State(3, Bytes().U32s({7, 1, 1, 2, 3, 4}).I32(-1).Text("name")),
-              ElementsAre("GLUniformsStateDesc 7 1 { 1 2 3 4 - }"));
-  EXPECT_THAT(log_.Lines(), IsEmpty());
-  EXPECT_THAT(State(3, Bytes().U32s({7, 3, 1, 2, 3, 4, 5}).Text("name")),
-              ElementsAre("GLUniformsStateDesc 7 3 { 1 2 3 4 " + std::string(5, '\0') + " }{ " +
-                          std::to_string(0x656D616E) + " 0 0 0 - }{ 0 0 0 0 - }"));
-  EXPECT_THAT(log_.Lines(), ElementsAre(kCutValue));
-}
-
-TEST_F(MetaDecoderTest, UniformBlocksHaveEightArrays) {
-  Bytes payload;
-  payload.U32s({7, 1, 1, 2, 3}).Text("abc").U32s({3, 4, 5, 6, 2});
-  for (uint32_t i = 0; i < 8; ++i) payload.U32s({i, 10 + i});
-  EXPECT_THAT(State(4, payload), ElementsAre("GLUniformBlocksStateDesc 7 1 { 1 2 abc 3 4 5 6 2 "
-                                             "0,10 1,11 2,12 3,13 4,14 5,15 6,16 7,17 }"));
-  EXPECT_THAT(State(4, payload.Cut(9)),
-              ElementsAre("GLUniformBlocksStateDesc 7 1 { 1 2 abc 3 4 5 6 2 "
-                          "0,10 1,11 2,12 3,13 4,14 5,15 - - }"));
-  EXPECT_THAT(log_.Lines(), ElementsAre(kCutArray, kCutArray));
-}
 
 // ---- Sizes.
 

@@ -1,11 +1,3 @@
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,12 +5,11 @@
 #include "inspect/listing/OutputError.h"
 #include "output/OutputFile.h"
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::string Contents(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -61,7 +52,7 @@ class Unprivileged {
 };
 
 TEST_F(OutputFileTest, TakesTheNameWhenCommittedAndNotBefore) {
-  WriteOld(fs::perms(0640));
+  WriteOld(fs::perms{0640});
   {
     OutputFile file(path_);
     Write(&file, "new");
@@ -69,19 +60,19 @@ TEST_F(OutputFileTest, TakesTheNameWhenCommittedAndNotBefore) {
     EXPECT_EQ(folder_.Names().size(), 2u);
     file.Commit();
     EXPECT_EQ(Contents(path_), "new");
-    EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0640));
+    EXPECT_EQ(fs::status(path_).permissions(), fs::perms{0640});
   }
   EXPECT_THAT(folder_.Names(), ElementsAre("out"));
 }
 
 TEST_F(OutputFileTest, AReadOnlyFileIsReplacedByAReadOnlyFile) {
-  WriteOld(fs::perms(0444));
+  WriteOld(fs::perms{0444});
   const Unprivileged user(folder_);
   OutputFile file(path_);
   Write(&file, "new");
   file.Commit();
   EXPECT_EQ(Contents(path_), "new");
-  EXPECT_EQ(fs::status(path_).permissions(), fs::perms(0444));
+  EXPECT_EQ(fs::status(path_).permissions(), fs::perms{0444});
 }
 
 TEST_F(OutputFileTest, WhatTheUserMayNotReadIsWrittenAllTheSame) {
@@ -98,7 +89,7 @@ TEST_F(OutputFileTest, WhatTheUserMayNotReadIsWrittenAllTheSame) {
 
 // The process may open one file more, which is the unfinished one; the writer cannot open it again.
 TEST_F(OutputFileTest, AWriterThatCannotBeOpenedLeavesNothing) {
-  WriteOld(fs::perms(0644));
+  WriteOld(fs::perms{0644});
   rlimit limit{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
   const int next = dup(STDERR_FILENO);
@@ -123,7 +114,7 @@ TEST_F(OutputFileTest, AFolderOrAMissingOneIsRefused) {
 }
 
 TEST_F(OutputFileTest, ASignalRemovesTheUnfinishedFileAlone) {
-  WriteOld(fs::perms(0644));
+  WriteOld(fs::perms{0644});
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     const pid_t child = fork();
     if (child == 0) {

@@ -1,19 +1,9 @@
-#include <cstring>
-#include <limits>
-#include <new>
-#include <sstream>
-#include <string>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Data/Limits.h"
 #include "Data/PointerData.h"
 
 #include "support/AllocationMeter.h"
-#include "support/LogCollector.h"
 #include "support/PayloadBuilder.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
@@ -182,15 +172,15 @@ TEST_F(PointerDataTest, TellsContentThatIsThereFromWhatIsMerelyClaimed) {
 // Sizes that are claimed only: what is too much, and the largest that is not.
 TEST_F(PointerDataTest, ClaimedSizesAreLimited) {
   constexpr auto kMax = static_cast<uint32_t>(kMaxClaimedBytes / 4);
-  constexpr uint32_t kAll = std::numeric_limits<uint32_t>::max();
+  constexpr uint32_t kLargest = std::numeric_limits<uint32_t>::max();
   const Bytes tooMuch[] = {
       Bytes().U32(0x2).U32(kMax + 1),                  // array that is cut
-      Bytes().U32(0x2).U32(kAll).U32(1),               //
+      Bytes().U32(0x2).U32(kLargest).U32(1),           //
       Bytes().Unrecorded(PointerKindArray, kMax + 1),  //
       Bytes().U32(0x6).U32(12),                        // more strings than the payload has bytes
-      Bytes().U32(0x6).U32(kAll),                      //
+      Bytes().U32(0x6).U32(kLargest),                  //
       // Together, though not each alone.
-      Bytes().U32(0x6).U32(2).Unrecorded(0x4, kAll).Unrecorded(0x4, 2),
+      Bytes().U32(0x6).U32(2).Unrecorded(0x4, kLargest).Unrecorded(0x4, 2),
   };
   for (const Bytes& block : tooMuch) {
     EXPECT_THROW(Decode(block), std::bad_alloc);
@@ -199,8 +189,8 @@ TEST_F(PointerDataTest, ClaimedSizesAreLimited) {
   }
   // Its size wraps to 0 in 32 bits, and length + 1 does.
   for (const Bytes& block :
-       {Bytes().Unrecorded(PointerKindArray, kMax), Bytes().Unrecorded(PointerKindString, kAll),
-        Bytes().U32(0x4).U32(kAll), Bytes().U32(0x2).U32(kMax)}) {
+       {Bytes().Unrecorded(PointerKindArray, kMax), Bytes().Unrecorded(PointerKindString, kLargest),
+        Bytes().U32(0x4).U32(kLargest), Bytes().U32(0x2).U32(kMax)}) {
     EXPECT_EQ(Decode(block), 8u);
     EXPECT_TRUE(pointer_.IsClaimed());
   }
@@ -233,17 +223,19 @@ TEST_F(PointerDataTest, AnArrayGrowsAndKeepsItsElements) {
   pointer_.arrayData[1999] = 1;
   pointer_.count = 3;
   EXPECT_EQ(Shown(), "3x4 1 2 3");
-  {
-    const AllocationMeter meter(1 << 20);
-    EXPECT_THROW(pointer_.ResizeArray(0x40000001), std::bad_alloc);
-  }
-  EXPECT_EQ(Shown(), "3x4 1 2 3");
   for (const Bytes& without : {Bytes().U32(0x22).U32(3), Bytes().Unrecorded(0x2, 3)}) {
     Decode(without);
     EXPECT_EQ(pointer_.ResizeArray(4), 0u);
     std::memset(pointer_.arrayData, 1, 16);
     EXPECT_EQ(Shown(), "4x4 1010101 1010101 1010101 1010101");
   }
+}
+
+TEST_F(PointerDataTest, AnArrayThatIsNotGrantedMoreStaysAsItIs) {
+  Decode(Bytes().Array<uint32_t>({1, 2, 3}));
+  const AllocationMeter meter(1 << 20);
+  EXPECT_THROW(pointer_.ResizeArray(0x40000001), std::bad_alloc);
+  EXPECT_EQ(Shown(), "3x4 1 2 3");
 }
 
 TEST_F(PointerDataTest, AProgramMayAskForMoreThanAFileMay) {

@@ -1,16 +1,10 @@
 // The processor in files that lie or break off.
-#include <algorithm>
-
 #include "DCAPFileProcessorTest.h"
+#include "support/Test.h"
 
 namespace {
 
 using Data::DCAPFileProcessor;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
 
 class ProcessorDamageTest : public DCAPFileProcessorTest {};
 

@@ -1,11 +1,8 @@
 // The frame loop and the thread filter of the processor.
-#include <algorithm>
-
 #include "DCAPFileProcessorTest.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 class ProcessorLoopTest : public DCAPFileProcessorTest {};
 

@@ -1,21 +1,15 @@
 // Payloads on their way through the processor: compressed, large, far, and at the ends of windows.
-#include <new>
-#include <random>
-
 #include "Core/StdioReader.h"
 
 #include "DCAPFileProcessorTest.h"
 #include "support/AllocationMeter.h"
 #include "support/SparseReader.h"
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
 namespace {
 
 using Data::DCAPFileProcessor;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
 
 class ProcessorPayloadTest : public DCAPFileProcessorTest {};
 

@@ -1,13 +1,8 @@
 // The way of the processor through a sound capture.
 #include "DCAPFileProcessorTest.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
 
 class ProcessorWalkTest : public DCAPFileProcessorTest {};
 

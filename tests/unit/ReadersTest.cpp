@@ -1,12 +1,4 @@
 // Readers of files, mapped files and memory.
-#include <chrono>
-#include <csignal>
-#include <cstdint>
-#include <functional>
-#include <memory>
-#include <span>
-#include <thread>
-
 #include <sys/stat.h>
 #include <sys/time.h>
 
@@ -16,8 +8,11 @@
 #include "Core/StdioWriter.h"
 
 #include "StreamsTest.h"
+#include "support/Test.h"
 
 namespace {
+
+using Bytes = std::vector<uint8_t>;
 
 using Core::DataReader;
 using Core::MappedReader;
@@ -276,20 +271,6 @@ void ExpectReads(uint64_t mostCalls, uint64_t mostBytes, Action action) {
   const ReadCount after = ReadCount::Now();
   EXPECT_LE(after.calls - before.calls, mostCalls);
   EXPECT_LE(after.bytes - before.bytes, mostBytes);
-}
-
-TEST_F(ReadersTest, HoppingOverPayloadsDoesNotReadThem) {
-  constexpr int kBlocks = 500;
-  constexpr uint64_t kStride = 100'000;
-  StdioWriter(folder_ / "blocks", false, true).WriteAt("x", 1, kBlocks * kStride - 1);
-  StdioReader reader(folder_ / "blocks");
-  uint8_t header[6];
-  ExpectReads(kBlocks + 20, kBlocks * 4096 + 10'000, [&] {
-    for (int block = 0; block < kBlocks; ++block) {
-      ASSERT_EQ(reader.Read(header, 6), 6u);
-      ASSERT_EQ(reader.Seek(1, kStride - 6), 0);
-    }
-  });
 }
 
 TEST_F(ReadersTest, SmallSequentialReadsAndSeeksBackCostFewSystemCalls) {

@@ -1,17 +1,9 @@
 // An unfinished capture, read as if it were finished.
-#include <algorithm>
-#include <cstdint>
-#include <memory>
-#include <span>
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Data/Capture/RecoveredReader.h"
 
 #include "support/CaptureBuilder.h"
+#include "support/Test.h"
 
 namespace {
 

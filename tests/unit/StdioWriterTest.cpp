@@ -1,15 +1,15 @@
 // The writer of files, on files, pipes and full disks.
-#include <csignal>
-#include <filesystem>
-
 #include <sys/resource.h>
 
 #include "Core/StdioReader.h"
 #include "Core/StdioWriter.h"
 
 #include "StreamsTest.h"
+#include "support/Test.h"
 
 namespace {
+
+using Bytes = std::vector<uint8_t>;
 
 using Core::StdioReader;
 using Core::StdioWriter;
@@ -82,12 +82,6 @@ TEST_F(StdioWriterTest, AppendsAndPatchesInAnyOrderGiveTheSameFileAsAnArray) {
     }
     EXPECT_TRUE(ReadFile(path) == model);
   }
-}
-
-TEST_F(StdioWriterTest, AnOpenedFileIsAppendedToAtItsEnd) {
-  const std::string path = FileWith({1, 2, 3});
-  StdioWriter(path, false, false).Write("\4\5", 2);
-  EXPECT_EQ(ReadFile(path), (Bytes{1, 2, 3, 4, 5}));
 }
 
 TEST_F(StdioWriterTest, AFullDiskShowsInEveryCount) {

@@ -2,43 +2,35 @@
 #ifndef DCAPKIT_TESTS_STREAMSTEST_H
 #define DCAPKIT_TESTS_STREAMSTEST_H
 
-#include <algorithm>
-#include <cstdint>
-#include <random>
-#include <string>
-#include <vector>
-
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "Core/DataReader.h"
 
 #include "support/TemporaryFolder.h"
+#include "support/Test.h"
 
-using Bytes = std::vector<uint8_t>;
-
-inline Bytes RandomBytes(size_t size) {
+inline std::vector<uint8_t> RandomBytes(size_t size) {
   std::mt19937 random(static_cast<unsigned>(size));
-  Bytes bytes(size);
+  std::vector<uint8_t> bytes(size);
   for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
   return bytes;
 }
 
-inline Bytes ReadUpTo(Core::DataReader& reader, size_t size) {
-  Bytes bytes(size);
+inline std::vector<uint8_t> ReadUpTo(Core::DataReader& reader, size_t size) {
+  std::vector<uint8_t> bytes(size);
   bytes.resize(reader.Read(bytes.data(), size));
   return bytes;
 }
 
-inline Bytes Slice(const Bytes& bytes, size_t start, size_t size) {
+inline std::vector<uint8_t> Slice(const std::vector<uint8_t>& bytes, size_t start, size_t size) {
   const auto end = static_cast<ptrdiff_t>(std::min(start + size, bytes.size()));
   return {bytes.begin() + static_cast<ptrdiff_t>(start), bytes.begin() + end};
 }
 
 class StreamsTest : public testing::Test {
  protected:
-  std::string FileWith(const Bytes& bytes) const {
+  std::string FileWith(const std::vector<uint8_t>& bytes) const {
     WriteFile(folder_ / "input", bytes);
     return folder_ / "input";
   }
@@ -51,7 +43,7 @@ class Pipe {
  public:
   Pipe() { EXPECT_EQ(pipe2(ends_, O_CLOEXEC), 0); }
   // Holds these bytes and has no writer left.
-  explicit Pipe(const Bytes& bytes) : Pipe() {
+  explicit Pipe(const std::vector<uint8_t>& bytes) : Pipe() {
     EXPECT_EQ(write(ends_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     CloseEnd(1);
   }

@@ -1,8 +1,6 @@
-#include <climits>
-
-#include <gtest/gtest.h>
-
 #include "Util/String.h"
+
+#include "support/Test.h"
 
 namespace {
 

@@ -1,11 +1,5 @@
-#include <charconv>
-#include <cmath>
-#include <limits>
-#include <string>
-
-#include <gtest/gtest.h>
-
 #include "inspect/listing/TextBuffer.h"
+#include "support/Test.h"
 
 namespace {
 

@@ -1,12 +1,4 @@
 // Captures read at the same time: nothing is shared but where log lines go.
-#include <memory>
-#include <string>
-#include <thread>
-#include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "Core/MemoryReader.h"
 #include "Core/RepeatFilter.h"
 #include "Data/DCAPDecodeConsumer.h"
@@ -14,9 +6,9 @@
 #include "Data/GLDecoder.h"
 
 #include "support/Listing.h"
-#include "support/LogCollector.h"
 #include "support/RandomCapture.h"
 #include "support/RecordingConsumer.h"
+#include "support/Test.h"
 
 namespace Data {
 namespace {
