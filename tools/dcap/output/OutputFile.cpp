@@ -46,7 +46,7 @@ bool Synchronize(const std::string& path) {
 
 }  // namespace
 
-OutputFile::OutputFile(const std::string& path) : path_(path) {
+OutputFile::OutputFile(std::string path) : path_(std::move(path)) {
   struct stat status {};
   const bool exists = stat(path_.c_str(), &status) == 0;
   if (exists && S_ISDIR(status.st_mode)) {

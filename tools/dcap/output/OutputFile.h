@@ -16,7 +16,7 @@
 class OutputFile {
  public:
   /// Throws `OutputError`, as all operations do.
-  explicit OutputFile(const std::string& path);
+  explicit OutputFile(std::string path);
 
   /// Writes the file from its start on. When it fails, call `Fail` next.
   [[nodiscard]] const std::shared_ptr<Core::DataWriter>& Writer() const { return writer_; }
