@@ -47,12 +47,12 @@ ExpectDepends() {  # PACKAGE ON...
   local depends
   depends=", $(dpkg-deb --field "${files[$1]}" Depends),"
   for on in "${@:2}"; do
-    [[ $depends == *", $on "* ]] || Fail "$1 does not depend on $on: $depends"
+    [[ $depends == *", $on"[\ ,]* ]] || Fail "$1 does not depend on $on: $depends"
   done
 }
 ExpectDepends libdcapkit0.1 libc6 libstdc++6 liblz4-1
-ExpectDepends libdcapkit-dev "libdcapkit0.1 (= 0.1.0),"
-ExpectDepends dcap "libdcapkit0.1 (= 0.1.0)," libc6 libdeflate0
+ExpectDepends libdcapkit-dev "libdcapkit0.1 (= 0.1.0)"
+ExpectDepends dcap "libdcapkit0.1 (= 0.1.0)" libc6 libdeflate0
 
 for package in "${!files[@]}"; do
   dpkg-deb --extract "${files[$package]}" "$work/root"
