@@ -64,6 +64,24 @@ TEST_F(InOrderTest, APieceThatAwaitsItsTurnHasTheResultsOfAllBefore) {
   for (size_t i = 0; i < before.size(); ++i) EXPECT_EQ(before[i], i + 1);
 }
 
+TEST_F(InOrderTest, APieceTooFarAheadWaits) {
+  std::atomic<int> ahead = 0;
+  int most = 0;
+  Run(2, [&](int piece, InOrder::Turn* turn) {
+    if (piece == 0) {
+      Await([&] { return ahead != 0; });
+      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      most = ahead;
+    }
+    for (int i = 0; piece == 1 && i < 20; ++i) {
+      Add(turn, i, kMuch / 2);
+      ++ahead;
+    }
+  });
+  EXPECT_LE(most, 2);
+  EXPECT_EQ(results.size(), 20u);
+}
+
 TEST_F(InOrderTest, AnExceptionInAPieceComesAfterTheResultsBeforeIt) {
   std::atomic<bool> laterHasFailed = false;
   const auto work = [&](int piece, InOrder::Turn* turn) {
