@@ -308,7 +308,10 @@ inline const unsigned char* DCAPFileProcessor::Walk::TakeBody(const SubBlockHead
   if (subHeader.size < descSize) [[unlikely]] {
     // Whether the stream has the description decides the text, even past the sub-block's end.
     unsigned char desc[kMaxDescSize];
-    const uint64_t missing = descSize - std::min<uint64_t>(descSize, window.Ahead());
+    // Inside the block it is not taken: the position is that of the error.
+    const uint64_t inside = std::min<uint64_t>(descSize, window.Left());
+    window.Require(inside, SubBlockDescFailMsg);
+    const uint64_t missing = descSize - inside;
     const bool isThere = window.ReadOutside(desc, missing) == missing;
     Fail(isThere ? SubBlockDataFailMsg : SubBlockDescFailMsg);
   }
