@@ -29,7 +29,7 @@ class DCAPKIT_API StdioReader : public ViewReader {
   enum class Access {
     kSequential,  ///< mostly one after the other
     /// Few bytes far apart, such as headers: the first fetch, and the first after a seek back or
-    /// 4 KiB or more ahead, has 64 bytes instead of 4 KiB.
+    /// 4 KiB or more ahead, has 16 bytes instead of 4 KiB.
     kScattered,
   };
 

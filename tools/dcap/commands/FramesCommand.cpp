@@ -102,7 +102,7 @@ void AddFramesCommand(CLI::App& app, int* status) {
   command->add_flag("--json", options->json, "an array of objects instead of a table");
   command->footer(
       R"(A line for each frame: its place in the capture from 1, its recorded sequence number, and
-offset and size of its block in the file, header and trailer included. Reads 10 bytes of
+offset and size of its block in the file, header and trailer included. Reads 16 bytes of
 each block.
 
 Examples:
